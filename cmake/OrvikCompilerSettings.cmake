@@ -1,0 +1,26 @@
+# Settings shared by every target of the project.
+add_compile_options(-Wall -Wextra)
+
+# Each module keeps its runtime state to itself: nothing but the exports is
+# visible, and on ELF no symbol is made process-unique (which would pin a
+# module in memory and make unloading it a silent no-op).
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+if(WIN32)
+  # Modules carry their own C++ runtime so a module directory needs no
+  # compiler DLLs next to it.
+  add_link_options(-static -static-libgcc -static-libstdc++)
+else()
+  add_compile_options(-fno-gnu-unique)
+  # Programs and modules find the platform library in their own directory.
+  set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+  set(CMAKE_BUILD_RPATH "\$ORIGIN")
+  set(CMAKE_INSTALL_RPATH "\$ORIGIN")
+endif()
+
+if(ORVIK_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -1,0 +1,27 @@
+# GoogleTest is built from the machine's sources so that the native, sanitised
+# and cross builds all use a copy compiled with their own flags.
+set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+# The sources predate some of the warnings we enable.
+foreach(target gtest gtest_main)
+  target_compile_options(${target} PRIVATE -w)
+endforeach()
+
+include(GoogleTest)
+
+# orvik_add_test(NAME SOURCES... [LIBS ...])
+# Builds a test program and registers each of its cases with ctest; for the
+# Windows build the cases are listed and run through the emulator (Wine).
+function(orvik_add_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  gtest_discover_tests(${name}
+    WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT "WINEDEBUG=-all" TIMEOUT 120)
+endfunction()

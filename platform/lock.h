@@ -1,0 +1,21 @@
+#pragma once
+// The re-entrant lock: a thread that holds it may enter it again.
+
+#include "platform/platform_api.h"
+
+namespace Orvik {
+namespace Platform {
+
+// Storage for the platform's lock object. Its address may be handed to other
+// modules, which lock it with the calls below.
+struct CriticalSection {
+    alignas(8) unsigned char storage[64];
+};
+
+ORVIK_PLATFORM_API void InitializeLock(CriticalSection* lock);
+ORVIK_PLATFORM_API void EnterLock(CriticalSection* lock);
+ORVIK_PLATFORM_API void LeaveLock(CriticalSection* lock);
+ORVIK_PLATFORM_API void DeleteLock(CriticalSection* lock);
+
+}  // namespace Platform
+}  // namespace Orvik

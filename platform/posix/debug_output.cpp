@@ -1,0 +1,59 @@
+#include "platform/debug_output.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <mutex>
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+struct SinkState {
+    std::mutex mutex;
+    DebugSink sink = nullptr;
+    void* context = nullptr;
+};
+
+SinkState& State()
+{
+    static SinkState state;
+    return state;
+}
+
+}  // namespace
+
+void WriteDebugString(const char* text)
+{
+    if (text == nullptr) return;
+    SinkState& state = State();
+    DebugSink sink;
+    void* context;
+    {
+        std::lock_guard<std::mutex> guard(state.mutex);
+        sink = state.sink;
+        context = state.context;
+    }
+    if (sink != nullptr) {
+        sink(text, context);
+        return;
+    }
+    // One write, so lines of different threads do not interleave.
+    const ssize_t ignored = write(STDERR_FILENO, text, std::strlen(text));
+    (void)ignored;
+}
+
+void SetDebugSink(DebugSink sink, void* context)
+{
+    SinkState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    state.sink = sink;
+    state.context = context;
+}
+
+void BreakIntoDebugger() { raise(SIGTRAP); }
+
+}  // namespace Platform
+}  // namespace Orvik

@@ -1,0 +1,128 @@
+// Directory listing in the manner of the Windows find calls: a pattern whose
+// last part may hold '*' and '?', matched ignoring case; "." and ".." are
+// listed; entries come sorted by name so that every run lists alike.
+
+#include <dirent.h>
+#include <strings.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/file_system.h"
+#include "platform/module_loader.h"
+#include "platform/posix/native_path.h"
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+struct Listing {
+    std::vector<FindData> entries;
+    size_t next = 0;
+};
+
+constexpr uint32_t kFileAttributeArchive = 0x20;
+// 1601-01-01 to 1970-01-01 in seconds.
+constexpr uint64_t kEpochDifference = 11644473600ULL;
+
+FileTime ToFileTime(const timespec& time)
+{
+    const uint64_t ticks = (static_cast<uint64_t>(time.tv_sec) + kEpochDifference) * 10000000ULL +
+                           static_cast<uint64_t>(time.tv_nsec) / 100;
+    return FileTime{static_cast<uint32_t>(ticks & 0xFFFFFFFFu), static_cast<uint32_t>(ticks >> 32)};
+}
+
+bool WildcardMatch(const char* pattern, const char* name)
+{
+    if (*pattern == '\0') return *name == '\0';
+    if (*pattern == '*') {
+        for (const char* rest = name;; ++rest) {
+            if (WildcardMatch(pattern + 1, rest)) return true;
+            if (*rest == '\0') return false;
+        }
+    }
+    if (*name == '\0') return false;
+    const bool same = *pattern == '?' || strncasecmp(pattern, name, 1) == 0;
+    return same && WildcardMatch(pattern + 1, name + 1);
+}
+
+FindData Describe(const std::string& directory, const char* name)
+{
+    FindData data = {};
+    struct stat info;
+    if (stat((directory + "/" + name).c_str(), &info) == 0) {
+        data.attributes = S_ISDIR(info.st_mode) ? kFileAttributeDirectory : kFileAttributeArchive;
+        // POSIX keeps no creation time; the last status change stands in.
+        data.creationTime = ToFileTime(info.st_ctim);
+        data.lastAccessTime = ToFileTime(info.st_atim);
+        data.lastWriteTime = ToFileTime(info.st_mtim);
+        const uint64_t size = S_ISDIR(info.st_mode) ? 0 : static_cast<uint64_t>(info.st_size);
+        data.sizeHigh = static_cast<uint32_t>(size >> 32);
+        data.sizeLow = static_cast<uint32_t>(size & 0xFFFFFFFFu);
+    }
+    std::strncpy(data.name, name, sizeof data.name - 1);
+    return data;
+}
+
+bool NameOrder(const FindData& a, const FindData& b) { return strcasecmp(a.name, b.name) < 0; }
+
+}  // namespace
+
+FindHandle FindFirstEntry(const char* pattern, FindData* data)
+{
+    const std::string native = ToNativePath(pattern);
+    const size_t slash = native.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : (slash == 0 ? "/" : native.substr(0, slash));
+    std::string namePattern = slash == std::string::npos ? native : native.substr(slash + 1);
+    if (namePattern == "*.*") namePattern = "*";  // Windows lists every name for "*.*"
+
+    DIR* stream = opendir(directory.c_str());
+    if (stream == nullptr) {
+        SetLastErrorCode(kErrorPathNotFound);
+        return InvalidFileHandle();
+    }
+    Listing* listing = new Listing;
+    while (const dirent* entry = readdir(stream)) {
+        if (!namePattern.empty() && std::strlen(entry->d_name) < sizeof data->name &&
+            WildcardMatch(namePattern.c_str(), entry->d_name)) {
+            listing->entries.push_back(Describe(directory, entry->d_name));
+        }
+    }
+    closedir(stream);
+    std::sort(listing->entries.begin(), listing->entries.end(), NameOrder);
+
+    if (listing->entries.empty()) {
+        delete listing;
+        SetLastErrorCode(kErrorFileNotFound);
+        return InvalidFileHandle();
+    }
+    *data = listing->entries[listing->next++];
+    return listing;
+}
+
+bool FindNextEntry(FindHandle find, FindData* data)
+{
+    Listing* listing = static_cast<Listing*>(find);
+    if (listing == nullptr || find == InvalidFileHandle()) {
+        SetLastErrorCode(kErrorInvalidHandle);
+        return false;
+    }
+    if (listing->next >= listing->entries.size()) {
+        SetLastErrorCode(kErrorNoMoreFiles);
+        return false;
+    }
+    *data = listing->entries[listing->next++];
+    return true;
+}
+
+void CloseFind(FindHandle find)
+{
+    if (find != nullptr && find != InvalidFileHandle()) delete static_cast<Listing*>(find);
+}
+
+}  // namespace Platform
+}  // namespace Orvik

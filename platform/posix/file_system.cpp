@@ -1,0 +1,177 @@
+#include "platform/file_system.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/module_loader.h"
+#include "platform/posix/native_path.h"
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+struct OpenFile {
+    int descriptor;
+};
+
+std::string ParentOf(const std::string& nativePath)
+{
+    const size_t slash = nativePath.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : nativePath.substr(0, slash);
+}
+
+bool IsDirectory(const std::string& nativePath)
+{
+    struct stat info;
+    return stat(nativePath.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// Windows tells a missing file (2) from a missing directory on the way (3).
+uint32_t MissingReason(const std::string& nativePath)
+{
+    return IsDirectory(ParentOf(nativePath)) ? kErrorFileNotFound : kErrorPathNotFound;
+}
+
+uint32_t ErrorFromErrno(int error, const std::string& nativePath)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return MissingReason(nativePath);
+    case EEXIST:
+        return kErrorAlreadyExists;
+    case EISDIR:
+    case EACCES:
+    case EPERM:
+        return kErrorAccessDenied;
+    default:
+        return kErrorAccessDenied;
+    }
+}
+
+FileHandle OpenWith(const char* path, int flags)
+{
+    const std::string native = ToNativePath(path);
+    if (path == nullptr || IsDirectory(native)) {
+        SetLastErrorCode(path == nullptr ? kErrorPathNotFound : kErrorAccessDenied);
+        return InvalidFileHandle();
+    }
+    const int descriptor = open(native.c_str(), flags | O_CLOEXEC, 0644);
+    if (descriptor < 0) {
+        SetLastErrorCode(ErrorFromErrno(errno, native));
+        return InvalidFileHandle();
+    }
+    SetLastErrorCode(kErrorSuccess);
+    return new OpenFile{descriptor};
+}
+
+OpenFile* Opened(FileHandle file)
+{
+    if (file == nullptr || file == InvalidFileHandle()) {
+        SetLastErrorCode(kErrorInvalidHandle);
+        return nullptr;
+    }
+    return static_cast<OpenFile*>(file);
+}
+
+}  // namespace
+
+FileHandle OpenFileForReading(const char* path) { return OpenWith(path, O_RDONLY); }
+
+// POSIX has no share modes: other writers are not locked out.
+FileHandle CreateFileForWriting(const char* path) { return OpenWith(path, O_WRONLY | O_CREAT | O_TRUNC); }
+
+uint32_t GetFileSizeLow(FileHandle file)
+{
+    OpenFile* opened = Opened(file);
+    struct stat info;
+    if (opened == nullptr || fstat(opened->descriptor, &info) != 0) return ~uint32_t{0};
+    return static_cast<uint32_t>(static_cast<uint64_t>(info.st_size) & 0xFFFFFFFFu);
+}
+
+bool ReadFromFile(FileHandle file, void* buffer, uint32_t size, uint32_t* bytesRead)
+{
+    OpenFile* opened = Opened(file);
+    uint32_t total = 0;
+    bool ok = opened != nullptr;
+    while (ok && total < size) {
+        const ssize_t count = read(opened->descriptor, static_cast<char*>(buffer) + total, size - total);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) {
+            ok = count == 0;
+            break;
+        }
+        total += static_cast<uint32_t>(count);
+    }
+    if (bytesRead != nullptr) *bytesRead = total;
+    return ok;
+}
+
+bool WriteToFile(FileHandle file, const void* data, uint32_t size, uint32_t* bytesWritten)
+{
+    OpenFile* opened = Opened(file);
+    uint32_t total = 0;
+    bool ok = opened != nullptr;
+    while (ok && total < size) {
+        const ssize_t count = write(opened->descriptor, static_cast<const char*>(data) + total, size - total);
+        if (count < 0 && errno == EINTR) continue;
+        ok = count > 0;
+        if (ok) total += static_cast<uint32_t>(count);
+    }
+    if (bytesWritten != nullptr) *bytesWritten = total;
+    return ok;
+}
+
+bool CloseFile(FileHandle file)
+{
+    OpenFile* opened = Opened(file);
+    if (opened == nullptr) return false;
+    close(opened->descriptor);
+    delete opened;
+    return true;
+}
+
+bool RemoveFile(const char* path)
+{
+    const std::string native = ToNativePath(path);
+    if (IsDirectory(native)) {
+        SetLastErrorCode(kErrorAccessDenied);
+        return false;
+    }
+    if (unlink(native.c_str()) != 0) {
+        SetLastErrorCode(ErrorFromErrno(errno, native));
+        return false;
+    }
+    return true;
+}
+
+bool MakeDirectory(const char* path)
+{
+    const std::string native = ToNativePath(path);
+    if (mkdir(native.c_str(), 0755) != 0) {
+        SetLastErrorCode(errno == ENOENT ? kErrorPathNotFound : ErrorFromErrno(errno, native));
+        return false;
+    }
+    return true;
+}
+
+bool PathIsPresent(const char* path)
+{
+    return path != nullptr && access(ToNativePath(path).c_str(), F_OK) == 0;
+}
+
+int CompareFileTimes(const FileTime* a, const FileTime* b)
+{
+    const uint64_t left = (uint64_t{a->high} << 32) | a->low;
+    const uint64_t right = (uint64_t{b->high} << 32) | b->low;
+    return left < right ? -1 : (left > right ? 1 : 0);
+}
+
+}  // namespace Platform
+}  // namespace Orvik

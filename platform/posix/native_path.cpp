@@ -1,0 +1,62 @@
+#include "platform/posix/native_path.h"
+
+#include <unistd.h>
+
+#include "platform/multibyte.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace Orvik {
+namespace Platform {
+
+std::string ToNativePath(const char* path)
+{
+    if (path == nullptr) return std::string();
+    if (std::isalpha(static_cast<unsigned char>(path[0])) && path[1] == ':') path += 2;
+    // The trail byte of a double-byte character may be 0x5C; it stays.
+    std::string native;
+    for (const char* p = path; *p != '\0'; ++p) {
+        if (IsLeadByte(static_cast<unsigned char>(*p)) && p[1] != '\0') {
+            native += *p++;
+            native += *p;
+        } else {
+            native += *p == '\\' ? '/' : *p;
+        }
+    }
+    return native;
+}
+
+std::string FromNativePath(const std::string& path)
+{
+    // A slash is never a trail byte, so no multibyte care is needed here.
+    std::string framework(path);
+    std::replace(framework.begin(), framework.end(), '/', '\\');
+    return framework;
+}
+
+const char* FileNamePart(const char* path)
+{
+    const char* name = path;
+    for (const char* p = path; *p != '\0'; ++p) {
+        if (IsLeadByte(static_cast<unsigned char>(*p)) && p[1] != '\0') {
+            ++p;
+        } else if (*p == '/' || *p == '\\') {
+            name = p + 1;
+        }
+    }
+    return name;
+}
+
+std::string ExecutableDirectory()
+{
+    char buffer[4096];
+    ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+    if (length <= 0) return std::string(".");
+    std::string path(buffer, static_cast<size_t>(length));
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
+}
+
+}  // namespace Platform
+}  // namespace Orvik

@@ -1,0 +1,24 @@
+#pragma once
+// Window-less thread timers and the per-thread message dispatch.
+
+#include "platform/platform_api.h"
+
+namespace Orvik {
+namespace Platform {
+
+using TimerId = uintptr_t;
+// Called on the thread that started the timer while that thread dispatches
+// its messages; window is null and message the timer message.
+using TimerProc = void (*)(void* window, uint32_t message, TimerId id, uint32_t time);
+
+// Starts a repeating timer owned by the calling thread; 0 on failure.
+ORVIK_PLATFORM_API TimerId StartThreadTimer(uint32_t intervalMs, TimerProc proc);
+// Stops a timer; safe from any thread. Once it returns, the timer's
+// procedure is not called again.
+ORVIK_PLATFORM_API bool StopThreadTimer(TimerId id);
+// Dispatches the calling thread's messages (timer ticks among them) for
+// about this many milliseconds.
+ORVIK_PLATFORM_API void DispatchMessagesFor(uint32_t milliseconds);
+
+}  // namespace Platform
+}  // namespace Orvik

@@ -1,0 +1,172 @@
+#include "platform/module_loader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "tests/support/test_paths.h"
+
+namespace Orvik {
+namespace {
+
+using Platform::ModuleHandle;
+using Testing::ProgramDirectory;
+
+template <typename Function>
+Function Export(ModuleHandle module, const char* name)
+{
+    return reinterpret_cast<Function>(Platform::FindExport(module, name));
+}
+
+std::string ProbePath(const char* name) { return ProgramDirectory() + "\\" + name; }
+
+TEST(ModuleLoader, LoadsByPathAndByBareNameSharingOneHandle)
+{
+    ModuleHandle byPath = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
+    ASSERT_NE(byPath, nullptr);
+    ModuleHandle byName = Platform::LoadModule("probe_a");  // ".dll" is added
+    EXPECT_EQ(byName, byPath);
+
+    // The module's own view of its handle is the one loading returned.
+    auto selfHandle = Export<void* (*)()>(byPath, "ProbeSelfHandle");
+    ASSERT_NE(selfHandle, nullptr);
+    EXPECT_EQ(selfHandle(), byPath);
+
+    EXPECT_TRUE(Platform::ReleaseModule(byName));
+    EXPECT_TRUE(Platform::ReleaseModule(byPath));
+}
+
+TEST(ModuleLoader, FindsLoadedModulesByNameIgnoringCase)
+{
+    ModuleHandle module = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(Platform::FindLoadedModule("probe_a.dll"), module);
+    EXPECT_EQ(Platform::FindLoadedModule("PROBE_A.DLL"), module);
+    EXPECT_EQ(Platform::FindLoadedModule("Probe_A"), module);
+    EXPECT_EQ(Platform::FindLoadedModule(ProbePath("probe_a.dll").c_str()), module);
+    EXPECT_EQ(Platform::FindLoadedModule("probe_a.so"), nullptr);
+    EXPECT_EQ(Platform::FindLoadedModule("robe_a.dll"), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+    Platform::ReleaseModule(module);
+}
+
+TEST(ModuleLoader, NamesModulesWithBackslashPaths)
+{
+    char path[Platform::kMaxPath] = {};
+    ASSERT_GT(Platform::GetModuleFilePath(nullptr, path, sizeof path), 0u);
+    const std::string program(path);
+    EXPECT_EQ(program.find('/'), std::string::npos) << program;
+    EXPECT_NE(program.find("platform_tests"), std::string::npos) << program;
+    EXPECT_EQ(Platform::FindLoadedModule(nullptr), Platform::FindLoadedModule(nullptr));
+    char mainPath[Platform::kMaxPath] = {};
+    Platform::GetModuleFilePath(Platform::FindLoadedModule(nullptr), mainPath, sizeof mainPath);
+    EXPECT_STREQ(mainPath, path);
+
+    ModuleHandle module = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
+    ASSERT_NE(module, nullptr);
+    const uint32_t length = Platform::GetModuleFilePath(module, path, sizeof path);
+    EXPECT_EQ(std::string(path), ProbePath("probe_a.dll"));
+    EXPECT_EQ(length, std::strlen(path));
+
+    // A cut path is terminated and reports the buffer's size.
+    char small[6];
+    std::memset(small, 'x', sizeof small);
+    EXPECT_EQ(Platform::GetModuleFilePath(module, small, sizeof small), sizeof small);
+    EXPECT_EQ(small[5], '\0');
+    EXPECT_EQ(std::string(small), ProbePath("probe_a.dll").substr(0, 5));
+    Platform::ReleaseModule(module);
+}
+
+TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
+{
+    ModuleHandle first = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    ASSERT_NE(first, nullptr);
+    auto countCall = Export<int (*)()>(first, "ProbeCountCall");
+    ASSERT_NE(countCall, nullptr);
+    EXPECT_EQ(countCall(), 1);
+    EXPECT_EQ(countCall(), 2);
+
+    ModuleHandle second = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    EXPECT_EQ(second, first);
+    EXPECT_TRUE(Platform::ReleaseModule(second));
+    EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), first);  // one reference left
+    EXPECT_TRUE(Platform::ReleaseModule(first));
+    EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
+
+    // Loaded again, its state starts afresh: the old copy was gone.
+    ModuleHandle again = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(Export<int (*)()>(again, "ProbeCountCall")(), 1);
+    Platform::ReleaseModule(again);
+}
+
+TEST(ModuleLoader, FailedLoadsGiveWindowsErrorNumbers)
+{
+    EXPECT_EQ(Platform::LoadModule(ProbePath("no_such_module.dll").c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+
+    EXPECT_EQ(Platform::LoadModule("no_such_module"), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+
+    EXPECT_EQ(Platform::LoadModule((ProgramDirectory() + "\\no_such_dir\\x.dll").c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+
+    // A directory is no module either.
+    EXPECT_EQ(Platform::LoadModule((ProgramDirectory() + "\\").c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+
+    // A missing dependency reads as a missing module.
+    EXPECT_EQ(Platform::LoadModule(ProbePath("orphan.dll").c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
+
+    Testing::ScratchDirectory scratch("loader_errors");
+    std::ofstream(scratch.native() / "text.dll") << "not a module\n";
+    EXPECT_EQ(Platform::LoadModule(scratch.Framework("text.dll").c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorBadExeFormat);
+}
+
+TEST(ModuleLoader, FindsOnlyTheModulesOwnExports)
+{
+    ModuleHandle module = Platform::LoadModule(ProbePath("dependent.dll").c_str());
+    ASSERT_NE(module, nullptr);
+    auto value = Export<int (*)()>(module, "DependentValue");
+    ASSERT_NE(value, nullptr);
+    EXPECT_GE(value(), 1);
+
+    // probe_a.dll is loaded as its dependency, but its exports are its own.
+    EXPECT_EQ(Platform::FindExport(module, "ProbeCountCall"), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorProcedureNotFound);
+    EXPECT_EQ(Platform::FindExport(module, "NoSuchExport"), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorProcedureNotFound);
+    EXPECT_NE(Platform::FindExport(Platform::FindLoadedModule("probe_a"), "ProbeCountCall"), nullptr);
+    Platform::ReleaseModule(module);
+}
+
+TEST(ModuleLoader, HandlesThatNameNoModuleAreRefused)
+{
+    EXPECT_EQ(Platform::FindExport(Platform::InvalidModule(), "ProbeCountCall"), nullptr);
+    ModuleHandle module = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    ASSERT_NE(module, nullptr);
+    ASSERT_TRUE(Platform::ReleaseModule(module));
+    EXPECT_EQ(Platform::FindExport(module, "ProbeCountCall"), nullptr);
+    EXPECT_FALSE(Platform::ReleaseModule(module));
+}
+
+TEST(ModuleLoader, BareNamesAreSearchedInTheCurrentDirectoryToo)
+{
+    Testing::ScratchDirectory scratch("loader_cwd");
+    std::filesystem::copy_file(Testing::NativePath(ProbePath("probe_b.dll")), scratch.native() / "cwd_probe.dll");
+    const std::filesystem::path previous = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.native());
+    ModuleHandle module = Platform::LoadModule("cwd_probe");
+    std::filesystem::current_path(previous);
+
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(Export<int (*)()>(module, "ProbeCountCall")(), 1);
+    Platform::ReleaseModule(module);
+}
+
+}  // namespace
+}  // namespace Orvik
