@@ -35,7 +35,7 @@ for preset in linux-debug linux-release mingw-x64 mingw-i686; do
   fi
 done
 
-for preset in linux-debug linux-release mingw-x64; do
+for preset in linux-debug linux-release mingw-x64 mingw-i686; do
   [ -d "build/$preset" ] || continue
   echo "== testing $preset"
   log="build/$preset/ctest.log"

@@ -1,0 +1,14 @@
+#pragma once
+// What the module runtime asks of the factory through the bootstrap.
+
+#include "module/component.h"
+#include "platform/module_loader.h"
+
+namespace Orvik {
+
+// Tells the factory that this module's last live component is gone.
+void SendIdleNotice(Platform::ModuleHandle module);
+// Makes a singleton's new object the factory's shared instance of its id.
+void RegisterSingleton(ComponentId componentId, IComponent* instance);
+
+}  // namespace Orvik

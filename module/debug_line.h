@@ -1,0 +1,14 @@
+#pragma once
+// Every diagnostic of the framework is one debugger-output line.
+
+namespace Orvik {
+
+// printf-style; the text is cut to 1023 characters and written as it is,
+// with nothing added.
+void OutputDebugLine(const char* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 1, 2)))
+#endif
+    ;
+
+}  // namespace Orvik

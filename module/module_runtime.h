@@ -1,0 +1,49 @@
+#pragma once
+// The bookkeeping every component module carries: its creator table, the
+// record of its live components, its lock and module-wide values. Each
+// module has its own copy; nothing here is shared between modules.
+
+#include <cstdint>
+
+#include "module/component.h"
+#include "platform/module_loader.h"
+
+namespace Orvik {
+
+using CreatorFunction = IComponent* (*)();
+
+constexpr uint32_t kMaxCreators = 512;
+constexpr int kRegistryPathSize = 260;
+
+// Adds a creator to the table; a full table, a zero id and a null creator
+// are dropped silently. Duplicate ids are kept (the first one wins).
+void RegisterCreator(ComponentId componentId, CreatorFunction creator);
+CreatorFunction FindCreator(ComponentId componentId);
+
+// Called by Release once the component at that address is destroyed. When
+// the module has no live component left and requestUnload is set, the
+// factory is told that this module is idle.
+void RemoveLiveComponent(const void* component, int32_t requestUnload);
+
+// Writes one line per component still live; releases nothing.
+void ReportLeaks();
+
+// The module lock: re-entrant for the thread that holds it.
+void EnterModuleLock();
+void LeaveModuleLock();
+
+// The module entry point: reason 1 on process attach, 0 on process detach.
+// Always reports success (1).
+int32_t ModuleEntryPoint(Platform::ModuleHandle instance, uint32_t reason, void* reserved);
+// Ends the module's bookkeeping after the detach has run: the live map goes.
+void FinishModuleExit();
+
+// Module-wide values.
+Platform::ModuleHandle ThisModuleHandle();
+Platform::ModuleHandle FactoryModuleHandle();
+bool IsDllSafe();
+// Copies the registry path (the configuration name the module was given)
+// under the module lock; an empty buffer when it does not fit.
+void CopyRegistryPath(char* buffer, int32_t size);
+
+}  // namespace Orvik

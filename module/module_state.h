@@ -1,0 +1,52 @@
+#pragma once
+// The module-wide state behind the runtime and the exports. Internal to the
+// module runtime.
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+
+#include "module/module_runtime.h"
+#include "platform/lock.h"
+
+namespace Orvik {
+
+struct ComponentInstanceInfo {
+    int32_t componentId;  // the id asked for
+    CreatorId creatorId;
+    IComponent* pointer;  // equal to its key
+};
+
+// Ordered by address: the leak report lists components in that order.
+using LiveComponentMap = std::map<const void*, ComponentInstanceInfo>;
+
+struct CreatorEntry {
+    ComponentId componentId;
+    CreatorFunction creator;
+};
+
+struct ModuleState {
+    Platform::ModuleHandle module = nullptr;
+    std::atomic<Platform::ModuleHandle> factoryModule{nullptr};
+    std::atomic<int32_t> dllSafe{0};
+    int32_t lockInitialised = 0;
+    Platform::CriticalSection lock{};
+    char registryPath[kRegistryPathSize] = {};
+    CreatorEntry creators[kMaxCreators] = {};
+    uint32_t creatorCount = 0;
+};
+
+ModuleState& State();
+// Null once the module's exit processing has destroyed it.
+LiveComponentMap* LiveMap();
+
+// RAII guard for the module lock.
+class ModuleLockGuard {
+public:
+    ModuleLockGuard() { EnterModuleLock(); }
+    ~ModuleLockGuard() { LeaveModuleLock(); }
+    ModuleLockGuard(const ModuleLockGuard&) = delete;
+    ModuleLockGuard& operator=(const ModuleLockGuard&) = delete;
+};
+
+}  // namespace Orvik
