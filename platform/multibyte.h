@@ -23,10 +23,12 @@ constexpr int kStartupCodePage = -3;
 ORVIK_PLATFORM_API bool SelectCodePage(int codePage);
 ORVIK_PLATFORM_API bool IsLeadByte(unsigned char byte);
 
-// First / last occurrence of a character, or null. A character above 0xFF
-// is a double-byte character (lead byte << 8 | trail byte); 0 finds the
-// terminator. A lead byte before the terminator ends the search: the first
-// gives null, the last its match so far or else the terminator.
+// First / last occurrence of a character, or null; 0 finds the terminator.
+// Under a double-byte code page a character above 0xFF is a double-byte
+// character (lead byte << 8 | trail byte), and a lead byte before the
+// terminator ends the search: the first gives null, the last its match so
+// far or else the terminator. Under a single-byte one only the low byte of
+// character counts, as with strchr.
 ORVIK_PLATFORM_API char* FindCharacter(const char* text, unsigned int character);
 ORVIK_PLATFORM_API char* FindLastCharacter(const char* text, unsigned int character);
 // First occurrence of part starting on a character boundary; text when part

@@ -5,10 +5,12 @@
 // the directory that completes relative paths: the root path for the
 // catalog, the host directory (GetHostDirectory below) for the factory.
 //
-// One template serves both: the catalog uses the joins, JoinPath,
-// GetFileNamePart and GetParentDirectory; the factory uses everything but
-// JoinPath and GetFileNamePart, and overrides OnFileFound. An operation a
-// class does not use is never instantiated for it.
+// One template serves both. The catalog uses IsRelativePath,
+// JoinToBaseDirectory, MakeAbsolutePath, GetLastSeparator,
+// JoinToProfileDirectory, JoinPath, GetFileNamePart and GetParentDirectory.
+// The factory uses everything but JoinPath and GetFileNamePart, and
+// overrides OnFileFound. An operation a class does not use is never
+// instantiated for it.
 //
 // Separators are '\' and '/'. Every character search is multibyte-aware, so
 // the trail byte of a double-byte character never matches. Results are 1
@@ -25,6 +27,8 @@ namespace Orvik {
 template <class T>
 class FileOperator {
 public:
+    virtual ~FileOperator() = default;
+
     // Receives each entry listed by EnumerateFiles.
     virtual void OnFileFound(const Platform::FindData& /*data*/, void* /*context*/) {}
 
@@ -113,7 +117,6 @@ protected:
     FileOperator() = default;
     FileOperator(const FileOperator&) = default;
     FileOperator& operator=(const FileOperator&) = default;
-    ~FileOperator() = default;
 
 private:
     const char* Base() const

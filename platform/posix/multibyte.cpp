@@ -27,6 +27,8 @@ class CodePage {
 public:
     CodePage() : number_(g_codePage.load(std::memory_order_relaxed)) {}
 
+    bool IsDoubleByte() const { return IsDoubleByteCodePage(number_); }
+
     bool IsLead(unsigned char byte) const
     {
         switch (number_) {
@@ -93,9 +95,12 @@ bool SelectCodePage(int codePage)
 
 bool IsLeadByte(unsigned char byte) { return CodePage().IsLead(byte); }
 
+// Without lead bytes the run-time searches like strchr and strrchr, which
+// look at the low byte of character only.
 char* FindCharacter(const char* text, unsigned int character)
 {
     const CodePage page;
+    if (!page.IsDoubleByte()) return const_cast<char*>(std::strchr(text, character & 0xFF));
     const unsigned char* p = Bytes(text);
     for (; *p != '\0'; ++p) {
         if (page.IsLead(*p)) {
@@ -112,9 +117,11 @@ char* FindCharacter(const char* text, unsigned int character)
 char* FindLastCharacter(const char* text, unsigned int character)
 {
     const CodePage page;
+    if (!page.IsDoubleByte()) return const_cast<char*>(std::strrchr(text, character & 0xFF));
     const unsigned char* found = nullptr;
     for (const unsigned char* p = Bytes(text);; ++p) {
         if (page.IsLead(*p)) {
+            // As the run-time does: the match so far, else the terminator.
             if (p[1] == '\0') return Chars(found != nullptr ? found : p + 1);
             if (character == (static_cast<unsigned int>(p[0]) << 8 | p[1])) found = p;
             ++p;

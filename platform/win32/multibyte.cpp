@@ -14,8 +14,9 @@ char* Chars(unsigned char* text) { return reinterpret_cast<char*>(text); }
 
 }  // namespace
 
-// kSingleByteCodePage and kStartupCodePage are the run-time's _MB_CP_SBCS
-// and _MB_CP_ANSI.
+static_assert(kSingleByteCodePage == _MB_CP_SBCS && kStartupCodePage == _MB_CP_ANSI,
+              "the portable values are the run-time's own");
+
 bool SelectCodePage(int codePage) { return _setmbcp(codePage) == 0; }
 
 bool IsLeadByte(unsigned char byte) { return _ismbblead(byte) != 0; }
