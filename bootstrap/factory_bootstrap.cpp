@@ -1,10 +1,72 @@
 #include "bootstrap/factory_bootstrap.h"
 
+#include <atomic>
+
+#include "bootstrap/orvik_ptr.h"
+#include "bootstrap/profile_resolution.h"
+#include "module/debug_line.h"
+#include "module/module_exports.h"
+#include "module/module_runtime.h"
+
 namespace Orvik {
 
-// The factory acquisition is not built yet: both calls reach nothing for now.
-void SendIdleNotice(Platform::ModuleHandle) {}
+namespace {
+// Two threads may load at once; both obtain the same singleton factory.
+std::atomic<IOrvikComponentFactory*> g_factory{nullptr};
+}  // namespace
 
-void RegisterSingleton(ComponentId, IComponent*) {}
+IOrvikComponentFactory* ModuleFactory() { return g_factory; }
+
+Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source)
+{
+    if (source == FactoryModuleSource::GivenHandle) {
+        if (Platform::ModuleHandle given = FactoryModuleHandle()) return given;
+    } else if (Platform::ModuleHandle loaded = Platform::FindLoadedModule("OrvFact.dll")) {
+        return loaded;
+    }
+    char profile[Platform::kMaxPath] = {};
+    char modulePath[Platform::kMaxPath] = {};
+    ResolveProfilePath(configPath, profile, sizeof profile);
+    ResolveFactoryModulePath(profile, modulePath, sizeof modulePath);
+    // The bootstrap never frees the factory module.
+    return Platform::LoadModule(modulePath);
+}
+
+IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module)
+{
+    auto createComponent = reinterpret_cast<CreateComponentExport>(Platform::FindExport(module, "CreateComponent"));
+    if (createComponent == nullptr) {
+        OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");
+        return nullptr;
+    }
+    IComponent* factory = createComponent(static_cast<int32_t>(kFactoryComponentId), 0);
+    if (factory == nullptr) {
+        OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n", kFactoryComponentId);
+    }
+    return static_cast<IOrvikComponentFactory*>(factory);
+}
+
+void LoadFactory(const char* configPath, FactoryModuleSource source)
+{
+    const Platform::ModuleHandle module = LoadFactoryModule(configPath, source);
+    if (module == nullptr) {
+        OutputDebugLine("[Orvik_Error] Load OrvFact.dll Fail.\n");
+        return;
+    }
+    g_factory = CreateFactoryFromModule(module);
+    if (g_factory == nullptr) OutputDebugLine("[Orvik_Error] Create ComponentFactory in OrvFact.dll Fail\n");
+}
+
+void SendIdleNotice(Platform::ModuleHandle module)
+{
+    TOrvikPtr<IOrvikComponentFactory, 0> factory;
+    if (factory) factory->NotifyModuleIdle(module);
+}
+
+void RegisterSingleton(ComponentId componentId, IComponent* instance)
+{
+    TOrvikPtr<IOrvikComponentFactory, 1> factory;
+    if (factory) factory->RegisterInstance(componentId, instance);
+}
 
 }  // namespace Orvik

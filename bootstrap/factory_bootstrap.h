@@ -1,10 +1,30 @@
 #pragma once
-// What the module runtime asks of the factory through the bootstrap.
+// How a module obtains the factory: once, into a module-wide pointer, from
+// the factory module it was given, or that is already loaded, or that its
+// profile names.
 
 #include "module/component.h"
+#include "module/component_factory.h"
 #include "platform/module_loader.h"
 
 namespace Orvik {
+
+// Where the factory module comes from when the module holds no factory yet.
+enum class FactoryModuleSource {
+    // The handle given by SetFactoryHandle, else the module the profile names.
+    GivenHandle,
+    // An "OrvFact.dll" already loaded in the process, else the profile's.
+    LoadedModule,
+};
+
+// The module's factory; null until LoadFactory succeeds, then never reset.
+IOrvikComponentFactory* ModuleFactory();
+
+Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source);
+IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module);
+// Obtains the factory into the module-wide pointer; writes one line on
+// failure and leaves the pointer as it was.
+void LoadFactory(const char* configPath, FactoryModuleSource source);
 
 // Tells the factory that this module's last live component is gone.
 void SendIdleNotice(Platform::ModuleHandle module);

@@ -7,14 +7,19 @@
 
 namespace Orvik {
 
-void OutputDebugLine(const char* format, ...)
+void OutputDebugLineV(const char* format, va_list arguments)
 {
     char line[1024] = {};
+    std::vsnprintf(line, sizeof line, format, arguments);
+    Platform::WriteDebugString(line);
+}
+
+void OutputDebugLine(const char* format, ...)
+{
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    OutputDebugLineV(format, arguments);
     va_end(arguments);
-    Platform::WriteDebugString(line);
 }
 
 }  // namespace Orvik

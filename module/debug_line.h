@@ -1,6 +1,8 @@
 #pragma once
 // Every diagnostic of the framework is one debugger-output line.
 
+#include <cstdarg>
+
 namespace Orvik {
 
 // printf-style; the text is cut to 1023 characters and written as it is,
@@ -10,5 +12,8 @@ void OutputDebugLine(const char* format, ...)
     __attribute__((format(printf, 1, 2)))
 #endif
     ;
+
+// The same, for callers that pass their own arguments on.
+void OutputDebugLineV(const char* format, va_list arguments);
 
 }  // namespace Orvik

@@ -1,0 +1,63 @@
+#pragma once
+// TOrvikPtr<Interface, n>: how code obtains a component from the factory.
+//
+//   TOrvikPtr<IClock, 1> clock;   // asks the factory for IClock::kComponentId
+//   if (clock) clock->Now();       // released when clock goes out of scope
+//
+// n = 1 releases the component at destruction (unless it is a shared
+// instance of the factory); n = 0 leaves it alive, marked for the module's
+// OrvikDllFreeMap.
+
+#include "bootstrap/factory_bootstrap.h"
+#include "module/module_runtime.h"
+
+namespace Orvik {
+
+template <class Interface, int N>
+class TOrvikPtr {
+    static_assert(N == 0 || N == 1, "TOrvikPtr takes n = 0 or 1");
+
+public:
+    // Asks with the module's registry path, from the factory module given
+    // to the module or named by its profile.
+    TOrvikPtr()
+    {
+        char registryPath[kRegistryPathSize];
+        CopyRegistryPath(registryPath, sizeof registryPath);
+        Acquire(registryPath, FactoryModuleSource::GivenHandle);
+    }
+
+    // Asks with this configuration path (null: the default one), finding
+    // the factory module as source says.
+    TOrvikPtr(const char* configPath, FactoryModuleSource source) { Acquire(configPath, source); }
+
+    virtual ~TOrvikPtr()
+    {
+        if (N == 1 && component_ != nullptr) {
+            IOrvikComponentFactory* factory = ModuleFactory();
+            if (factory == nullptr || factory->IsRegisteredInstance(component_) == 0) component_->Release(0);
+        }
+        component_ = nullptr;
+    }
+
+    TOrvikPtr(const TOrvikPtr&) = delete;
+    TOrvikPtr& operator=(const TOrvikPtr&) = delete;
+
+    explicit operator bool() const { return component_ != nullptr; }
+    Interface* get() const { return component_; }
+    Interface* operator->() const { return component_; }
+
+private:
+    void Acquire(const char* configPath, FactoryModuleSource source)
+    {
+        if (ModuleFactory() == nullptr) LoadFactory(configPath, source);
+        IOrvikComponentFactory* factory = ModuleFactory();
+        if (factory == nullptr) return;
+        component_ = static_cast<Interface*>(factory->CreateComponentByID(Interface::kComponentId, configPath));
+        if (component_ != nullptr) component_->SetAutoRelease(N == 0 ? 1 : 0);
+    }
+
+    Interface* component_ = nullptr;
+};
+
+}  // namespace Orvik

@@ -1,0 +1,40 @@
+#include "bootstrap/root_path.h"
+
+#include "bootstrap/orvik_ptr.h"
+#include "bootstrap/process_register.h"
+#include "platform/platform_api.h"
+#include "util/bootstrap_helpers.h"
+
+namespace Orvik {
+
+namespace {
+char g_rootPath[Platform::kMaxPath];
+
+// The values the register is asked with; their meaning is the register's.
+constexpr uint32_t kRootPathKeyBase = 0x3FFFFFF4;
+constexpr uint32_t kRootPathKeyOption = 1;
+constexpr uint32_t kRootPathValueType = 1;
+}  // namespace
+
+const char* GetRootPath()
+{
+    if (g_rootPath[0] != '\0') return g_rootPath;
+    TOrvikPtr<IProcessRegister, 1> processRegister(nullptr, FactoryModuleSource::LoadedModule);
+    bool found = false;
+    if (processRegister) {
+        uint32_t key = 0;
+        uint32_t type = kRootPathValueType;
+        uint32_t size = sizeof g_rootPath;
+        if (processRegister->OpenKey(kRootPathKeyBase, "orvik_rootpath", kRootPathKeyOption, kRootPathKeyBase, &key) != 0) {
+            found = processRegister->QueryValue(key, "orvik_rootpath_data", &type, g_rootPath, &size) != 0;
+            g_rootPath[sizeof g_rootPath - 1] = '\0';
+        }
+    }
+    if (!found) {
+        g_rootPath[0] = '\0';
+        CopyString(g_rootPath, sizeof g_rootPath, GetHostDirectory());
+    }
+    return g_rootPath;
+}
+
+}  // namespace Orvik
