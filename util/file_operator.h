@@ -50,7 +50,7 @@ public:
     // refused when it does not fit.
     int MakeAbsolutePath(const char* path, char* dst, int size) const
     {
-        return Rules::MakeAbsolutePath(Base(), path, dst, size);
+        return Rules::MakeAbsolutePath(BaseFor(path), path, dst, size);
     }
 
     // The last '\', else the last '/', else null.
@@ -79,25 +79,25 @@ public:
     // 0 without a separator past the first character or when it does not fit.
     int GetParentDirectory(const char* path, char* dst, int size) const
     {
-        return Rules::GetParentDirectory(Base(), path, dst, size);
+        return Rules::GetParentDirectory(BaseFor(path), path, dst, size);
     }
 
     // 0 for null or a path holding any of < > " | * ?.
     int IsValidPathChars(const char* path) const { return Rules::IsValidPathChars(path); }
 
-    int PathExists(const char* path) const { return Rules::PathExists(Base(), path); }
+    int PathExists(const char* path) const { return Rules::PathExists(BaseFor(path), path); }
 
     // Creates the last level of dir unless something of that name exists.
     int CreateDirectoryIfMissing(const char* dir) const
     {
-        return Rules::CreateDirectoryIfMissing(Base(), dir);
+        return Rules::CreateDirectoryIfMissing(BaseFor(dir), dir);
     }
 
     // Creates the directory holding path, one level; a path ending with a
     // separator names that directory itself.
     int CreateDirectoryForPath(const char* path) const
     {
-        return Rules::CreateDirectoryForPath(Base(), path);
+        return Rules::CreateDirectoryForPath(BaseFor(path), path);
     }
 
     // Hands every entry of dir (which ends with a separator), "." and ".."
@@ -125,6 +125,11 @@ private:
                       "T derives from StringManipulate<T> too");
         return static_cast<const T&>(*this).GetBaseDirectory();
     }
+
+    // The base directory only where it completes a relative path: asking
+    // for it may have costs (the catalog's is the process root path, which
+    // may mean obtaining the factory).
+    const char* BaseFor(const char* path) const { return Rules::IsRelativePath(path) ? Base() : ""; }
 
     static void Found(void* self, const Platform::FindData& data, void* context)
     {

@@ -58,6 +58,15 @@ Function Export(Platform::ModuleHandle module, const char* name)
     return reinterpret_cast<Function>(Platform::FindExport(module, name));
 }
 
+// The stand-in factory module, loaded by the test itself. Like any factory
+// module it stays loaded for good: client modules keep pointers into it
+// without holding a reference.
+Platform::ModuleHandle TestFactoryModule()
+{
+    static const Platform::ModuleHandle module = Platform::LoadModule(InProgramDirectory("OrvFact.dll").c_str());
+    return module;
+}
+
 class FactoryBootstrap : public ::testing::Test {
 protected:
     void SetUp() override
@@ -102,14 +111,13 @@ TEST_F(FactoryBootstrap, ProfileNamesTheFactoryModule)
 
 TEST_F(FactoryBootstrap, GivenFactoryHandleReadsNoProfile)
 {
-    Platform::ModuleHandle factoryModule = Platform::LoadModule(InProgramDirectory("OrvFact.dll").c_str());
+    Platform::ModuleHandle factoryModule = TestFactoryModule();
     ASSERT_NE(factoryModule, nullptr);
     Export<SetFactoryHandleExport>(client_, "SetFactoryHandle")(factoryModule);
     SetRegistry(scratch_.Framework("no_such_profile.ini"));
     DebugCapture capture;
     EXPECT_NE(probe_->UseService(1), nullptr);
     EXPECT_TRUE(capture.Errors().empty()) << capture.Errors().front();
-    Platform::ReleaseModule(factoryModule);
 }
 
 TEST_F(FactoryBootstrap, FailedLoadWritesOneLineAndIsTriedAgain)
@@ -197,10 +205,9 @@ protected:
     void SetUp() override
     {
         FactoryBootstrap::SetUp();
-        factoryModule_ = Platform::LoadModule(InProgramDirectory("OrvFact.dll").c_str());
-        ASSERT_NE(factoryModule_, nullptr);
+        ASSERT_NE(TestFactoryModule(), nullptr);
         control_ = static_cast<IRegisterControl*>(
-            Export<CreateComponentExport>(factoryModule_, "CreateComponent")(IRegisterControl::kComponentId, 0));
+            Export<CreateComponentExport>(TestFactoryModule(), "CreateComponent")(IRegisterControl::kComponentId, 0));
         ASSERT_NE(control_, nullptr);
     }
     void TearDown() override
@@ -208,9 +215,7 @@ protected:
         control_->SetMode(IRegisterControl::kAbsent, "");
         control_->Release(0);
         FactoryBootstrap::TearDown();
-        Platform::ReleaseModule(factoryModule_);
     }
-    Platform::ModuleHandle factoryModule_ = nullptr;
     IRegisterControl* control_ = nullptr;
 };
 
