@@ -11,21 +11,26 @@ endforeach()
 
 include(GoogleTest)
 
-# orvik_add_test(NAME SOURCES... [LIBS ...])
+# orvik_add_test(NAME SOURCES... [LIBS ...] [RESOURCE_LOCK name])
 # Builds a test program and registers each of its cases with ctest; for the
 # Windows build the cases are listed and run through the emulator (Wine). A
 # cross build without an emulator (32-bit Windows) only builds the program.
+# Cases of programs that share a RESOURCE_LOCK name never run at once.
 function(orvik_add_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "RESOURCE_LOCK" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     return()
   endif()
+  set(ARG_RESOURCE_LOCK_PROPERTY)
+  if(ARG_RESOURCE_LOCK)
+    set(ARG_RESOURCE_LOCK_PROPERTY RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
+  endif()
   gtest_discover_tests(${name}
     WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES ENVIRONMENT "WINEDEBUG=-all" TIMEOUT 120)
+    PROPERTIES ENVIRONMENT "WINEDEBUG=-all" TIMEOUT 120 ${ARG_RESOURCE_LOCK_PROPERTY})
 endfunction()

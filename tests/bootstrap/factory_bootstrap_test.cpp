@@ -156,12 +156,14 @@ TEST_F(FactoryBootstrap, ModuleWithoutFactoryIsReported)
 TEST_F(FactoryBootstrap, SmartPointersReleaseOnlyWhatTheyShould)
 {
     UseProfileNamingTestFactory();
+    {
+        DebugCapture capture;
+        ITestService* released = probe_->UseService(1);
+        ASSERT_NE(released, nullptr);
+        EXPECT_EQ(capture.Count("[TestFactory] IsRegisteredInstance(" + Hex(released) + ")\n"), 1u);
+        EXPECT_EQ(capture.Count("[TestFactory] service " + Hex(released) + " released\n"), 1u);
+    }
     DebugCapture capture;
-    ITestService* released = probe_->UseService(1);
-    ASSERT_NE(released, nullptr);
-    EXPECT_EQ(capture.Count("[TestFactory] IsRegisteredInstance(" + Hex(released) + ")\n"), 1u);
-    EXPECT_EQ(capture.Count("[TestFactory] service " + Hex(released) + " released\n"), 1u);
-
     ITestService* kept = probe_->UseService(0);
     ASSERT_NE(kept, nullptr);
     EXPECT_EQ(kept->Value(), 42) << "n = 0 leaves the component alive";

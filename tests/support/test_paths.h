@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include "platform/module_loader.h"
@@ -37,10 +38,12 @@ inline std::string ProgramDirectory()
 }
 
 // A fresh, empty directory for one test, removed again by its destructor.
+// Its name is unique, since the cases of a program run in parallel.
 class ScratchDirectory {
 public:
     explicit ScratchDirectory(const std::string& name)
-        : path_(std::filesystem::temp_directory_path() / ("orvik_" + name))
+        : path_(std::filesystem::temp_directory_path() /
+                ("orvik_" + name + "_" + std::to_string(std::random_device{}())))
     {
         std::filesystem::remove_all(path_);
         std::filesystem::create_directories(path_);

@@ -1,0 +1,222 @@
+// Creating components through the id's section, a scanned module or the
+// default module; freeing and forgetting modules; log settings.
+
+#include <algorithm>
+#include <cstdarg>
+
+#include "catalog/component_class_info_list.h"
+#include "module/debug_line.h"
+#include "module/module_exports.h"
+#include "module/module_runtime.h"
+#include "platform/multibyte.h"
+
+namespace Orvik {
+
+namespace {
+
+template <class Function>
+Function FindTypedExport(Platform::ModuleHandle module, const char* name)
+{
+    return reinterpret_cast<Function>(Platform::FindExport(module, name));
+}
+
+// Tells a provider which configuration it serves and where the factory is;
+// a module without these exports is simply not told.
+void IntroduceCatalog(Platform::ModuleHandle module, const char* registryPath)
+{
+    if (auto setRegistry = FindTypedExport<SetDllRegistryExport>(module, "SetDLLRegistry")) {
+        setRegistry(registryPath);
+    }
+    if (auto setFactory = FindTypedExport<SetFactoryHandleExport>(module, "SetFactoryHandle")) {
+        setFactory(ThisModuleHandle());
+    }
+}
+
+// The catalog asks on the factory's behalf, so the factory is the creator.
+IComponent* CallCreateComponent(CreateComponentExport createComponent, ComponentId componentId)
+{
+    IComponent* component = createComponent(static_cast<int32_t>(componentId), kFactoryComponentId);
+    if (component == nullptr) {
+        CComponentClassInfoList::OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n",
+                                                 componentId);
+    }
+    return component;
+}
+
+}  // namespace
+
+IComponent* CComponentClassInfoList::CreateComponentFromDll(ComponentId componentId)
+{
+    if (componentId != kFactoryComponentId && hasDllList != 0 && dllListScanned == 0) {
+        ScanDllList();
+        dllListScanned = 1;
+    }
+    if (ComponentClassInfo* record = FindConfigRecord(componentId)) {
+        LoadConfigDll(*record);
+        return CreateFromConfigDll(*record, componentId);
+    }
+    if (hasDllList != 0) return CreateFromDllList(componentId);
+    if (defaultDllModule != Platform::InvalidModule()) return CreateFromDefaultDll(componentId);
+    return nullptr;
+}
+
+ComponentClassInfo* CComponentClassInfoList::FindConfigRecord(ComponentId componentId)
+{
+    const auto found = configRecords.find(componentId);
+    return found != configRecords.end() ? &found->second : nullptr;
+}
+
+void CComponentClassInfoList::LoadConfigDll(ComponentClassInfo& record)
+{
+    if (record.pathResolved == 0) ResolveConfigDllPath(record);
+    if (record.module != nullptr) return;
+    record.module = Platform::LoadModule(record.fullPath);
+    if (record.module == nullptr) {
+        OutputDebugLine("[Orvik_Error] LoadLibrary Fail(%s). ErrorCode(%d)\n", record.fullPath,
+                        static_cast<int>(Platform::GetLastErrorCode()));
+    }
+}
+
+void CComponentClassInfoList::ResolveConfigDllPath(ComponentClassInfo& record)
+{
+    if (!IsRelativePath(record.dll)) {
+        CopyString(record.fullPath, sizeof record.fullPath, record.dll);
+    } else if (record.notUseDefaultDllPath != 0) {
+        JoinToProfileDirectory(configFilePath, record.dll, record.fullPath, sizeof record.fullPath);
+    } else {
+        JoinPath(dllPath, record.dll, record.fullPath, sizeof record.fullPath);
+    }
+    record.pathResolved = 1;
+}
+
+IComponent* CComponentClassInfoList::CreateFromConfigDll(ComponentClassInfo& record, ComponentId componentId)
+{
+    if (record.module == nullptr) return nullptr;
+    IntroduceCatalog(record.module, registryPath);
+    if (auto createComponent = FindTypedExport<CreateComponentExport>(record.module, "CreateComponent")) {
+        return CallCreateComponent(createComponent, componentId);
+    }
+    OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");
+    OutputDebugLine("[Orvik_Error] DLL:%s\n", record.fullPath);
+    return nullptr;
+}
+
+IComponent* CComponentClassInfoList::CreateFromDllList(ComponentId componentId)
+{
+    const auto found = dllListRecords.find(componentId);
+    if (found == dllListRecords.end()) {
+        OutputDebugLine("[Orvik_Error] Can't find Component(%d) Creator From Dll List!\n",
+                        static_cast<int>(componentId));
+        return nullptr;
+    }
+    DllListClassInfo& record = found->second;
+    if (record.createComponent == nullptr) InitOrvikModule(record);
+    if (record.createComponent != nullptr) return CallCreateComponent(record.createComponent, componentId);
+    OutputDebugLine("[Orvik_Error] InitOrvikModule Fail.\n");
+    return nullptr;
+}
+
+void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
+{
+    uint32_t loadError = Platform::kErrorSuccess;
+    if (record.module == nullptr) {
+        // The module was forgotten: load it again by its listed name.
+        char path[Platform::kMaxPath] = {};
+        JoinPath(dllPath, record.dllName, path, sizeof path);
+        const Platform::ModuleHandle module = Platform::LoadModule(path);
+        loadError = Platform::GetLastErrorCode();
+        if (module != nullptr) {
+            dllListModules.push_back(module);
+            for (auto& entry : dllListRecords) {
+                if (Platform::CompareText(entry.second.dllName, record.dllName) == 0) entry.second.module = module;
+            }
+        }
+    }
+    if (record.module == nullptr) {
+        OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", record.dllName,
+                        static_cast<int>(loadError));
+        return;
+    }
+    IntroduceCatalog(record.module, registryPath);
+    // A module without CreateComponent is not remembered as such: it is asked
+    // again at the next request, and each failing request says so.
+    record.createComponent = FindTypedExport<CreateComponentFunction>(record.module, "CreateComponent");
+}
+
+IComponent* CComponentClassInfoList::CreateFromDefaultDll(ComponentId componentId)
+{
+    if (defaultDllModule == nullptr) {
+        const Platform::ModuleHandle module =
+            defaultDllPath[0] != '\0' ? Platform::LoadModule(defaultDllPath) : nullptr;
+        defaultDllModule = module != nullptr ? module : Platform::InvalidModule();
+    }
+    if (defaultDllModule == Platform::InvalidModule()) {
+        OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", defaultDllPath,
+                        static_cast<int>(Platform::GetLastErrorCode()));
+        return nullptr;
+    }
+    IntroduceCatalog(defaultDllModule, registryPath);
+    if (auto createComponent = FindTypedExport<CreateComponentExport>(defaultDllModule, "CreateComponent")) {
+        return CallCreateComponent(createComponent, componentId);
+    }
+    OutputDebugLine("[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n");
+    return nullptr;
+}
+
+void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
+{
+    // In the records a null handle means "not loaded", never a module.
+    if (module == nullptr) return;
+    bool released = false;
+    if (hasDllList != 0) {
+        const auto listed = std::find(dllListModules.begin(), dllListModules.end(), module);
+        if (listed != dllListModules.end()) {
+            Platform::ReleaseModule(module);
+            dllListModules.erase(listed);
+            released = true;
+        }
+    }
+    for (auto& entry : configRecords) {
+        if (entry.second.module != module) continue;
+        Platform::ReleaseModule(module);
+        entry.second.module = nullptr;
+        released = true;
+    }
+    // The module may have left memory with that reference, also when nobody
+    // made the catalog forget it first: its cached entry points must go.
+    if (released) ClearModuleRecords(module);
+}
+
+void CComponentClassInfoList::ClearModuleRecords(Platform::ModuleHandle module)
+{
+    for (auto& entry : dllListRecords) {
+        if (entry.second.module != module) continue;
+        entry.second.module = nullptr;
+        entry.second.createComponent = nullptr;
+    }
+}
+
+void CComponentClassInfoList::GetLogSetting(ComponentId componentId, uint32_t* debugOutputMask,
+                                            uint32_t* logFileMask)
+{
+    const ComponentClassInfo* record = FindConfigRecord(componentId);
+    const bool own = record != nullptr && record->hasLogSetting != 0;
+    *debugOutputMask = own ? record->debugOutputMask : defaultDebugOutputMask;
+    *logFileMask = own ? record->logFileMask : defaultLogFileMask;
+}
+
+void CComponentClassInfoList::GetLogFileLimits(uint32_t* fileCount, uint32_t* fileSize)
+{
+    *fileCount = static_cast<uint32_t>(maxFileCount);
+    *fileSize = maxFileSize;
+}
+
+void CComponentClassInfoList::OutputDebugLine(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    OutputDebugLineV(format, arguments);
+    va_end(arguments);
+}
+
+}  // namespace Orvik

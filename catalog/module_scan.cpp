@@ -1,0 +1,169 @@
+// The "dlls" scan with its list of failed names, preloading, and the
+// destruction that releases what the scan and the preloading loaded.
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "catalog/component_class_info_list.h"
+#include "module/module_exports.h"
+#include "platform/multibyte.h"
+#include "platform/path_split.h"
+
+namespace Orvik {
+
+namespace {
+
+// The most ids read from one module.
+constexpr int32_t kMaxScannedIds = 512;
+// The scan's name buffer: an item of the "dlls" list holds at most 29
+// characters, blanks included.
+constexpr int kDllItemSize = 30;
+
+// Bytes of the first item of a comma-separated list.
+size_t FirstItemLength(const char* list)
+{
+    const char* comma = Platform::FindCharacter(list, ',');
+    return comma != nullptr ? static_cast<size_t>(comma - list) : std::strlen(list);
+}
+
+// Lists a loaded module and records every id it reports as its own.
+void RecordScannedModule(CComponentClassInfoList& catalog, Platform::ModuleHandle module,
+                         const char* name, const char* path)
+{
+    catalog.dllListModules.push_back(module);
+    auto getIds = reinterpret_cast<GetComponentIdsExport>(Platform::FindExport(module, "GetComponentIDs"));
+    if (getIds == nullptr) {
+        CComponentClassInfoList::OutputDebugLine(
+            "[Orvik_Error] No export \"GetComponentIDs\" function from %s Fail.\n", path);
+        return;
+    }
+    uint32_t ids[kMaxScannedIds] = {};
+    const int32_t count = std::min(getIds(ids, kMaxScannedIds), kMaxScannedIds);
+    for (int32_t i = 0; i < count; ++i) {
+        DllListClassInfo record{module, nullptr, {}};
+        CComponentClassInfoList::CopyString(record.dllName, sizeof record.dllName, name);
+        catalog.dllListRecords[ids[i]] = record;
+    }
+}
+
+// Remembers a name whose module did not load, once, for RescanFailedDlls.
+void NoteFailedDll(CComponentClassInfoList& catalog, const char* name, const char* path, uint32_t error)
+{
+    char* failed = catalog.failedDlls;
+    if (Platform::FindSubstring(failed, name) == nullptr) {
+        if (failed[0] != '\0') CComponentClassInfoList::AppendString(failed, sizeof catalog.failedDlls, ",");
+        CComponentClassInfoList::AppendString(failed, sizeof catalog.failedDlls, name);
+    }
+    CComponentClassInfoList::OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", path,
+                                             static_cast<int>(error));
+}
+
+}  // namespace
+
+// The modules of sections and the default module stay loaded.
+CComponentClassInfoList::~CComponentClassInfoList()
+{
+    if (hasDllList != 0) {
+        // A module that still has live components stays loaded.
+        for (Platform::ModuleHandle module : dllListModules) {
+            auto canUnloadNow = reinterpret_cast<OrvikDllCanUnloadNowExport>(
+                Platform::FindExport(module, "OrvikDllCanUnloadNow"));
+            if (canUnloadNow != nullptr && canUnloadNow() != 0) Platform::ReleaseModule(module);
+        }
+    }
+    for (Platform::ModuleHandle module : preloadedModules) Platform::ReleaseModule(module);
+}
+
+bool CComponentClassInfoList::GetNextDllName(char* name, int size, bool consume)
+{
+    if (name == nullptr || size < 1) return false;
+    name[0] = '\0';
+    const size_t length = FirstItemLength(dllList);
+    // An item as long as size or longer leaves the name empty.
+    CopyStringN(name, size, dllList, static_cast<int>(length));
+    if (consume) {
+        const char* rest = dllList + length;
+        if (*rest == ',') ++rest;
+        std::memmove(dllList, rest, std::strlen(rest) + 1);
+    }
+    TrimSpaces(name, name, size);
+    return name[0] != '\0';
+}
+
+void CComponentClassInfoList::ScanDllList()
+{
+    for (;;) {
+        char name[kDllItemSize] = {};
+        const size_t itemLength = FirstItemLength(dllList);
+        const bool taken = GetNextDllName(name, sizeof name, false);
+        // A name too long for the records is skipped; the rest of the list
+        // is still worth scanning.
+        if (itemLength >= sizeof name || std::strlen(name) >= sizeof(DllListClassInfo::dllName)) {
+            OutputDebugLine("[Orvik_Error] Name too long in the dlls list, skipped(%.*s).\n",
+                            static_cast<int>(itemLength), dllList);
+            GetNextDllName(name, sizeof name, true);
+            continue;
+        }
+        // An empty item ends the scan.
+        if (!taken) return;
+
+        char path[Platform::kMaxPath] = {};
+        JoinPath(dllPath, name, path, sizeof path);
+        const Platform::ModuleHandle module = Platform::LoadModule(path);
+        const uint32_t loadError = Platform::GetLastErrorCode();
+        // The module's initialisation may have re-entered the catalog and
+        // scanned the list itself.
+        if (dllList[0] == '\0') return;
+        if (Platform::FindSubstring(dllList, name) == nullptr) continue;
+
+        if (module != nullptr) {
+            RecordScannedModule(*this, module, name, path);
+        } else {
+            NoteFailedDll(*this, name, path, loadError);
+        }
+        GetNextDllName(name, sizeof name, true);
+    }
+}
+
+void CComponentClassInfoList::RescanFailedDlls()
+{
+    if (failedDlls[0] == '\0') return;
+    CopyString(dllList, sizeof dllList, failedDlls);
+    std::memset(failedDlls, 0, sizeof failedDlls);
+    ScanDllList();
+}
+
+void CComponentClassInfoList::PreLoadDependDllList(const char* list)
+{
+    if (list == nullptr) return;
+    std::string copy(list);
+    char* item = copy.data();
+    while (*item != '\0') {
+        char* next = item + std::strlen(item);
+        if (char* comma = Platform::FindCharacter(item, ',')) {
+            *comma = '\0';
+            next = comma + 1;
+        }
+        char name[Platform::kMaxPath] = {};
+        TrimSpaces(item, name, Platform::kMaxPath - 1);
+        item = next;
+
+        char path[Platform::kMaxPath] = {};
+        JoinPath(dllPath, name, path, sizeof path);
+        char baseName[Platform::kMaxFileName] = {};
+        Platform::SplitPath(path, nullptr, nullptr, baseName, nullptr);
+        if (Platform::FindLoadedModule(baseName) != nullptr) {
+            OutputDebugLine("[Orvik_Note] PreLoadDependDllList, %s already loaded!\n", baseName);
+            continue;
+        }
+        if (const Platform::ModuleHandle module = Platform::LoadModule(path)) {
+            preloadedModules.push_back(module);
+        } else {
+            OutputDebugLine("[Orvik_Error] PreLoadDependDllList(%s) Fail. ErrorCode(%d)\n", path,
+                            static_cast<int>(Platform::GetLastErrorCode()));
+        }
+    }
+}
+
+}  // namespace Orvik

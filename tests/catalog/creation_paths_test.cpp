@@ -1,0 +1,255 @@
+// A catalog creates a component through the id's section, a scanned module
+// or the default module, tells providers what they need, and frees or
+// forgets modules without ever calling into one that is gone.
+
+#include <filesystem>
+
+#include "module/module_runtime.h"
+#include "tests/catalog/provider_fixture.h"
+
+namespace Orvik {
+namespace Testing {
+namespace {
+
+using CatalogCreation = CatalogFixture;
+using CatalogModuleRecords = CatalogFixture;
+using CatalogLogSettings = CatalogFixture;
+
+CallCounts CountsOf(const char* module)
+{
+    CallCounts counts = {};
+    auto read = reinterpret_cast<ReadCallCountsExport>(Platform::FindExport(Loaded(module), "ReadCallCounts"));
+    if (read != nullptr) read(&counts);
+    return counts;
+}
+
+std::string RegistryPathOf(IComponent* component)
+{
+    char path[Platform::kMaxPath] = {};
+    Probe(component)->CopyRegistryPath(path, sizeof path);
+    return path;
+}
+
+TEST_F(CatalogCreation, SectionDecidesEvenWhenItsModuleDoesNotLoad)
+{
+    Load("dlls=cat_first.dll\n[10]\ndll=missing.dll\n");
+    DebugLines debug;
+    EXPECT_EQ(nullptr, Create(10));
+    EXPECT_EQ(nullptr, Create(10));
+    const std::string line = "[Orvik_Error] LoadLibrary Fail(" + Program("missing.dll") + "). ErrorCode(126)\n";
+    EXPECT_EQ((Lines{line, line}), debug.lines);
+}
+
+TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
+{
+    auto& catalog = Load("[50]\ndll=" + Program("cat_nocreate.dll") +
+                         "\n[51]\nnotusedefaultdllpath=1\ndll=cat_nocreate.dll\n[52]\ndll=sub\\x.dll\n");
+    for (ComponentId id : {50, 51, 52}) catalog.ResolveConfigDllPath(catalog.configRecords.at(id));
+    EXPECT_EQ(Program("cat_nocreate.dll"), catalog.configRecords.at(50).fullPath);
+    EXPECT_EQ(scratch_.Framework("cat_nocreate.dll"), catalog.configRecords.at(51).fullPath);
+    EXPECT_EQ(Program("sub\\x.dll"), catalog.configRecords.at(52).fullPath);
+}
+
+TEST_F(CatalogCreation, SectionModuleWithoutCreateComponentStaysLoaded)
+{
+    auto& catalog = Load("[50]\ndll=cat_nocreate.dll\n");
+    DebugLines debug;
+    EXPECT_EQ(nullptr, Create(50));
+    EXPECT_EQ((Lines{"[Orvik_Error] Can't find CreateComponent().\n",
+                     "[Orvik_Error] DLL:" + Program("cat_nocreate.dll") + "\n"}),
+              debug.lines);
+    EXPECT_EQ(Loaded("cat_nocreate.dll"), catalog.configRecords.at(50).module);
+    catalog.FreeModule(catalog.configRecords.at(50).module);
+}
+
+TEST_F(CatalogCreation, IdUnknownToTheScanFailsWithoutTryingTheDefaultModule)
+{
+    Load("dlls=cat_first.dll\ndefaultdll=cat_counter.dll\n");
+    DebugLines debug;
+    EXPECT_EQ(nullptr, Create(1000));
+    EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(1000) Creator From Dll List!\n"}, debug.lines);
+    EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
+}
+
+TEST_F(CatalogCreation, MissingDefaultModuleIsReportedOnceThenSilent)
+{
+    auto& unconfigured = Load("");
+    DebugLines debug;
+    Platform::SetLastErrorCode(1234);
+    EXPECT_EQ(nullptr, Create(10));
+    EXPECT_EQ(nullptr, Create(10));
+    EXPECT_EQ(Platform::InvalidModule(), unconfigured.defaultDllModule);
+
+    Load("defaultdll=missing.dll\n");
+    EXPECT_EQ(nullptr, Create(10));
+    EXPECT_EQ(nullptr, Create(10));
+    EXPECT_EQ((Lines{"[Orvik_Error] LoadLibrary() Fail. ErrorCode(1234)\n",
+                     "[Orvik_Error] LoadLibrary(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"}),
+              debug.lines);
+}
+
+TEST_F(CatalogCreation, DefaultModuleCreatesAndItsFailuresAreReported)
+{
+    auto& catalog = Load("defaultdll=cat_first.dll\n");
+    IComponent* component = Create(10);
+    ASSERT_NE(nullptr, component);
+    EXPECT_EQ(kFirstTag, Probe(component)->ModuleTag());
+    EXPECT_EQ(configPath_, RegistryPathOf(component));
+    {
+        DebugLines debug;
+        EXPECT_EQ(nullptr, Create(99));
+        EXPECT_EQ((Lines{"Orvik[Error]: Can't find the factory method of Component\n",
+                         "Orvik[Error]: ComponentID=99 CreatorID=361",
+                         "[Orvik_Error] CreateComponent(ComponentId=99) return null.\n"}),
+                  debug.lines);
+    }
+    component->Release(0);
+    Platform::ReleaseModule(catalog.defaultDllModule);
+}
+
+TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
+{
+    auto& bare = Load("defaultdll=cat_noids.dll\n");
+    IComponent* component = Create(5);
+    ASSERT_NE(nullptr, component);
+    EXPECT_EQ(kNoIdsTag, Probe(component)->ModuleTag());
+    Platform::ReleaseModule(bare.defaultDllModule);
+
+    auto& catalog = Load("defaultdll=cat_nocreate.dll\n");
+    DebugLines debug;
+    EXPECT_EQ(nullptr, Create(50));
+    EXPECT_EQ(nullptr, Create(50));
+    const std::string line = "[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n";
+    EXPECT_EQ((Lines{line, line}), debug.lines);
+    Platform::ReleaseModule(catalog.defaultDllModule);
+}
+
+TEST_F(CatalogCreation, ScannedProviderFailuresAreReportedAtEveryRequest)
+{
+    Load("dlls=cat_second.dll,cat_nocreate.dll\n");
+    DebugLines debug;
+    EXPECT_EQ(nullptr, Create(21));
+    EXPECT_EQ(nullptr, Create(50));
+    EXPECT_EQ(nullptr, Create(50));
+    EXPECT_EQ((Lines{"Orvik[Error]:CreateComponent method return NULL.\n", "Orvik[Error]: ComponentID=21 CreatorID=361",
+                     "[Orvik_Error] CreateComponent(ComponentId=21) return null.\n",
+                     "[Orvik_Error] InitOrvikModule Fail.\n", "[Orvik_Error] InitOrvikModule Fail.\n"}),
+              debug.lines);
+    const Platform::ModuleHandle noCreate = Loaded("cat_nocreate.dll");
+    ASSERT_NE(nullptr, noCreate);
+    catalog_.reset();
+    Platform::ReleaseModule(noCreate);
+}
+
+TEST_F(CatalogCreation, ScannedModuleIsToldOncePerIdAndItsEntryPointCached)
+{
+    auto& catalog = Load("dlls=cat_counter.dll\n");
+    IComponent* component = Create(1000);
+    ASSERT_NE(nullptr, component);
+    Create(1000);
+    Create(1001);
+    const CallCounts counts = CountsOf("cat_counter.dll");
+    EXPECT_EQ(2, counts.setRegistryCalls);
+    EXPECT_EQ(2, counts.setFactoryCalls);
+    EXPECT_EQ(3, counts.createCalls);
+    EXPECT_EQ(361u, counts.lastCreatorId);
+    EXPECT_EQ(ThisModuleHandle(), counts.lastFactoryHandle);
+    EXPECT_EQ(configPath_, RegistryPathOf(component));
+    EXPECT_NE(nullptr, catalog.dllListRecords.at(1001).createComponent);
+    EXPECT_EQ(nullptr, catalog.dllListRecords.at(1002).createComponent);
+}
+
+TEST_F(CatalogModuleRecords, SectionModulesAreToldEveryTimeAndFreedForEverySection)
+{
+    auto& catalog = Load("[1000]\ndll=cat_counter.dll\n[1001]\ndll=cat_counter.dll\n");
+    ASSERT_NE(nullptr, Create(1000));
+    Create(1000);
+    Create(1001);
+    CallCounts counts = CountsOf("cat_counter.dll");
+    EXPECT_EQ(3, counts.setRegistryCalls);
+    EXPECT_EQ(3, counts.setFactoryCalls);
+    EXPECT_EQ(3, counts.createCalls);
+
+    // Loaded once per section, so freed twice: the module leaves memory.
+    catalog.FreeModule(Loaded("cat_counter.dll"));
+    EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
+    for (ComponentId id : {1000, 1001}) {
+        EXPECT_EQ(nullptr, catalog.configRecords.at(id).module);
+        EXPECT_EQ(1, catalog.configRecords.at(id).pathResolved);
+    }
+    ASSERT_NE(nullptr, Create(1001));
+    counts = CountsOf("cat_counter.dll");
+    EXPECT_EQ(1, counts.createCalls);
+    catalog.FreeModule(catalog.configRecords.at(1001).module);
+}
+
+TEST_F(CatalogModuleRecords, ForgottenModuleIsLoadedAgainAndListedOnceMore)
+{
+    auto& catalog = Load("dlls=cat_first.dll\n");
+    IComponent* ten = Create(10);
+    ASSERT_NE(nullptr, ten);
+    const Platform::ModuleHandle module = Loaded("cat_first.dll");
+    catalog.ClearModuleRecords(module);
+    for (ComponentId id : {10, 11, 30}) {
+        EXPECT_EQ(nullptr, catalog.dllListRecords.at(id).module);
+        EXPECT_EQ(nullptr, catalog.dllListRecords.at(id).createComponent);
+    }
+
+    IComponent* eleven = Create(11);
+    ASSERT_NE(nullptr, eleven);
+    EXPECT_EQ(kFirstTag, Probe(ten)->ModuleTag());
+    EXPECT_EQ((std::list<Platform::ModuleHandle>{module, module}), catalog.dllListModules);
+    for (ComponentId id : {10, 11, 30}) EXPECT_EQ(module, catalog.dllListRecords.at(id).module);
+    EXPECT_EQ(nullptr, catalog.dllListRecords.at(10).createComponent);
+    ten->Release(0);
+    eleven->Release(0);
+}
+
+TEST_F(CatalogModuleRecords, FreedScannedModuleIsNeverCalledButLoadedAgainByName)
+{
+    CopyModule("cat_counter.dll", "late.dll");
+    auto& catalog = Load("dlls=late.dll\n", scratch_.Framework());
+    ASSERT_NE(nullptr, Create(1000));
+    catalog.FreeModule(catalog.dllListRecords.at(1000).module);
+    EXPECT_EQ(nullptr, Loaded("late.dll"));
+    EXPECT_TRUE(catalog.dllListModules.empty());
+    EXPECT_EQ(nullptr, catalog.dllListRecords.at(1000).createComponent);
+
+    std::filesystem::remove(scratch_.native() / "late.dll");
+    {
+        DebugLines debug;
+        EXPECT_EQ(nullptr, Create(1000));
+        EXPECT_EQ((Lines{"[Orvik_Error] LoadLibrary(late.dll) Fail. ErrorCode(126)\n",
+                         "[Orvik_Error] InitOrvikModule Fail.\n"}),
+                  debug.lines);
+    }
+    CopyModule("cat_counter.dll", "late.dll");
+    IComponent* component = Create(1000);
+    ASSERT_NE(nullptr, component);
+    EXPECT_EQ(kCounterTag, Probe(component)->ModuleTag());
+    EXPECT_EQ(1u, catalog.dllListModules.size());
+    EXPECT_EQ(1, CountsOf("late.dll").setRegistryCalls);
+}
+
+TEST_F(CatalogLogSettings, SectionMasksWinWhenTheSectionSetsAnyLogKey)
+{
+    auto& catalog = Load("[logdefault]\noutputdebugstring=WE\nwritetologfile=T\nMaxFileCount=3\nMaxFileSize=10\n"
+                         "[120]\nwritetologfile=E\n[130]\ndll=x.dll\n");
+    uint32_t debugMask = 99, fileMask = 99;
+    catalog.GetLogSetting(120, &debugMask, &fileMask);
+    EXPECT_EQ(0u, debugMask);
+    EXPECT_EQ(0x01u, fileMask);
+    for (ComponentId id : {130, 999}) {
+        catalog.GetLogSetting(id, &debugMask, &fileMask);
+        EXPECT_EQ(0x11u, debugMask);
+        EXPECT_EQ(0x02u, fileMask);
+    }
+    uint32_t count = 0, size = 0;
+    catalog.GetLogFileLimits(&count, &size);
+    EXPECT_EQ(3u, count);
+    EXPECT_EQ(10u << 20, size);
+}
+
+}  // namespace
+}  // namespace Testing
+}  // namespace Orvik

@@ -1,0 +1,242 @@
+// The catalog learns which scanned module provides which id, remembers the
+// names that failed, preloads dependent modules and frees what it loaded.
+
+#include <cstring>
+#include <filesystem>
+
+#include "tests/catalog/provider_fixture.h"
+
+namespace Orvik {
+namespace Testing {
+namespace {
+
+using CatalogScan = CatalogFixture;
+using CatalogPreload = CatalogFixture;
+using CatalogDestruction = CatalogFixture;
+
+std::vector<ComponentId> RecordedIds(const CComponentClassInfoList& catalog)
+{
+    std::vector<ComponentId> ids;
+    for (const auto& entry : catalog.dllListRecords) ids.push_back(entry.first);
+    return ids;
+}
+
+TEST_F(CatalogScan, FirstRequestScansEveryModuleEvenForASectionIdButTheFactoryNever)
+{
+    auto& catalog = Load("dlls=cat_first.dll, cat_second.dll\n[1000]\ndll=cat_counter.dll\n");
+    {
+        DebugLines debug;
+        EXPECT_EQ(nullptr, Create(361));
+        EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(361) Creator From Dll List!\n"}, debug.lines);
+    }
+    EXPECT_EQ(0, catalog.dllListScanned);
+    EXPECT_EQ(nullptr, Loaded("cat_first.dll"));
+
+    IComponent* counter = Create(1000);
+    ASSERT_NE(nullptr, counter);
+    EXPECT_EQ(kCounterTag, Probe(counter)->ModuleTag());
+    EXPECT_EQ(1, catalog.dllListScanned);
+    EXPECT_STREQ("", catalog.dllList);
+    EXPECT_EQ((std::list<Platform::ModuleHandle>{Loaded("cat_first.dll"), Loaded("cat_second.dll")}),
+              catalog.dllListModules);
+    EXPECT_EQ((std::vector<ComponentId>{10, 11, 20, 21, 30}), RecordedIds(catalog));
+    EXPECT_STREQ("cat_second.dll", catalog.dllListRecords.at(20).dllName);
+
+    // Both report 30: the later module of the list owns it.
+    IComponent* thirty = Create(30);
+    ASSERT_NE(nullptr, thirty);
+    EXPECT_EQ(kSecondTag, Probe(thirty)->ModuleTag());
+    thirty->Release(0);
+    catalog.FreeModule(catalog.configRecords.at(1000).module);
+}
+
+// Scans the catalog again while the re-entrant module loads, as a module
+// whose initialisation asks the factory for a component would.
+class NestedScan {
+public:
+    explicit NestedScan(CComponentClassInfoList& catalog) : catalog_(catalog) { Platform::SetDebugSink(Reenter, this); }
+    ~NestedScan() { Platform::SetDebugSink(nullptr, nullptr); }
+    NestedScan(const NestedScan&) = delete;
+    NestedScan& operator=(const NestedScan&) = delete;
+
+private:
+    static void Reenter(const char* text, void* self)
+    {
+        if (std::strcmp(text, kReentrantLoadingLine) == 0) static_cast<NestedScan*>(self)->catalog_.ScanDllList();
+    }
+    CComponentClassInfoList& catalog_;
+};
+
+TEST_F(CatalogScan, ScanGoesOnWhereANestedScanLeftTheList)
+{
+    auto& catalog = Load("dlls=cat_reenter.dll,cat_first.dll\n");
+    {
+        NestedScan nested(catalog);
+        catalog.ScanDllList();
+    }
+    // The nested scan did all; the outer one records nothing of its own.
+    EXPECT_EQ((std::list<Platform::ModuleHandle>{Loaded("cat_reenter.dll"), Loaded("cat_first.dll")}),
+              catalog.dllListModules);
+    EXPECT_EQ((std::vector<ComponentId>{10, 11, 30, 60}), RecordedIds(catalog));
+    // The outer scan's own reference is neither recorded nor freed.
+    Platform::ReleaseModule(Loaded("cat_reenter.dll"));
+
+    auto& stopped = Load("dlls=cat_reenter.dll,,cat_first.dll\n");
+    {
+        NestedScan nested(stopped);
+        stopped.ScanDllList();
+    }
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_reenter.dll")}, stopped.dllListModules);
+    EXPECT_STREQ(",cat_first.dll", stopped.dllList);
+    Platform::ReleaseModule(Loaded("cat_reenter.dll"));
+}
+
+TEST_F(CatalogScan, ModuleNamedTwiceIsLoadedAndListedTwice)
+{
+    auto& catalog = Load("dlls=cat_first.dll,cat_first.dll\n");
+    catalog.ScanDllList();
+    EXPECT_EQ(2u, catalog.dllListModules.size());
+    EXPECT_EQ(catalog.dllListModules.front(), catalog.dllListModules.back());
+}
+
+TEST_F(CatalogScan, EmptyItemEndsTheScanAndATabStaysInTheName)
+{
+    auto& catalog = Load("dlls=cat_first.dll,,cat_second.dll\n");
+    catalog.ScanDllList();
+    EXPECT_EQ(1u, catalog.dllListModules.size());
+    EXPECT_STREQ(",cat_second.dll", catalog.dllList);
+    EXPECT_EQ(nullptr, Loaded("cat_second.dll"));
+
+    auto& tabbed = Load("dlls=cat_first.dll,\tcat_second.dll,\n");
+    DebugLines debug;
+    tabbed.ScanDllList();
+    EXPECT_EQ(1u, tabbed.dllListModules.size());
+    EXPECT_STREQ("\tcat_second.dll", tabbed.failedDlls);
+    ASSERT_EQ(1u, debug.lines.size());
+    // The code for a name holding a tab differs between platforms.
+    EXPECT_EQ(0u, debug.lines[0].find("[Orvik_Error] LoadLibrary(" + Program("\tcat_second.dll") + ") Fail. ErrorCode("));
+}
+
+TEST_F(CatalogScan, FailedNamesAreListedOnceAndRetriedOnRequest)
+{
+    auto& catalog = Load("dlls=late.dll,late.dll, xlate.dll\n", scratch_.Framework());
+    DebugLines debug;
+    catalog.ScanDllList();
+    EXPECT_STREQ("late.dll,xlate.dll", catalog.failedDlls);
+    const std::string late = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("late.dll") + ") Fail. ErrorCode(126)\n";
+    const std::string xlate = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("xlate.dll") + ") Fail. ErrorCode(126)\n";
+    EXPECT_EQ((Lines{late, late, xlate}), debug.lines);
+
+    // The module reports 600 ids; the scan takes the first 512.
+    CopyModule("cat_counter.dll", "late.dll");
+    catalog.RescanFailedDlls();
+    EXPECT_STREQ("xlate.dll", catalog.failedDlls);
+    EXPECT_STREQ("", catalog.dllList);
+    ASSERT_EQ(512u, catalog.dllListRecords.size());
+    EXPECT_EQ(1000u, catalog.dllListRecords.begin()->first);
+    EXPECT_EQ(1511u, catalog.dllListRecords.rbegin()->first);
+    EXPECT_STREQ("late.dll", catalog.dllListRecords.at(1511).dllName);
+}
+
+TEST_F(CatalogScan, NameFoundInsideAFailedOneIsNotAddedAndNothingFailedMeansNoRetry)
+{
+    auto& catalog = Load("dlls=xa.dll,a.dll\n");
+    catalog.ScanDllList();
+    EXPECT_STREQ("xa.dll", catalog.failedDlls);
+
+    auto& untouched = Load("dlls=cat_first.dll\n");
+    DebugLines debug;
+    untouched.RescanFailedDlls();
+    EXPECT_TRUE(debug.lines.empty());
+    EXPECT_TRUE(untouched.dllListModules.empty());
+    EXPECT_STREQ("cat_first.dll", untouched.dllList);
+}
+
+TEST_F(CatalogScan, ModuleWithoutIdListStaysLoadedWithoutIds)
+{
+    auto& catalog = Load("dlls=cat_noids.dll\n");
+    DebugLines debug;
+    catalog.ScanDllList();
+    EXPECT_EQ(Lines{"[Orvik_Error] No export \"GetComponentIDs\" function from " + Program("cat_noids.dll") +
+                    " Fail.\n"},
+              debug.lines);
+    EXPECT_TRUE(catalog.dllListRecords.empty());
+    ASSERT_NE(nullptr, Loaded("cat_noids.dll"));
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_noids.dll")}, catalog.dllListModules);
+}
+
+TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)
+{
+    const std::string fits = std::string(24, 'n') + ".dll";       // 28 characters
+    const std::string tooLong = std::string(25, 'n') + ".dll";    // 29
+    const std::string itemTooLong = std::string(26, 'm') + ".dll";  // 30
+    CopyModule("cat_counter.dll", fits);
+    auto& catalog = Load("dlls=" + tooLong + ", " + fits + "," + itemTooLong + "\n", scratch_.Framework());
+    DebugLines debug;
+    catalog.ScanDllList();
+    EXPECT_EQ((Lines{"[Orvik_Error] Name too long in the dlls list, skipped(" + tooLong + ").\n",
+                     "[Orvik_Error] Name too long in the dlls list, skipped(" + itemTooLong + ").\n"}),
+              debug.lines);
+    EXPECT_EQ(1u, catalog.dllListModules.size());
+    EXPECT_STREQ(fits.c_str(), catalog.dllListRecords.at(1000).dllName);
+}
+
+TEST_F(CatalogPreload, LoadsJoinedPathsUnlessTheBaseNameIsLoaded)
+{
+    {
+        DebugLines debug;
+        Load("preload=catalog_sub\\cat_dep.dll, missing.dll\n");
+        EXPECT_EQ(Lines{"[Orvik_Error] PreLoadDependDllList(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"},
+                  debug.lines);
+    }
+    ASSERT_NE(nullptr, Loaded("cat_dep.dll"));
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_dep.dll")}, catalog_->preloadedModules);
+
+    // No cat_dep.dll lies in the program directory: the loaded one counts.
+    DebugLines debug;
+    auto second = Make("preload=cat_dep.dll\n", ProgramDirectory(), "second.ini");
+    EXPECT_EQ(Lines{"[Orvik_Note] PreLoadDependDllList, cat_dep already loaded!\n"}, debug.lines);
+    EXPECT_TRUE(second->preloadedModules.empty());
+    second.reset();
+    EXPECT_NE(nullptr, Loaded("cat_dep.dll"));
+    catalog_.reset();
+    EXPECT_EQ(nullptr, Loaded("cat_dep.dll"));
+}
+
+TEST_F(CatalogDestruction, FreesScannedModulesThatAgreeAndPreloadedOnes)
+{
+    Load("dlls=cat_first.dll,cat_nocreate.dll,cat_counter.dll\npreload=catalog_sub\\cat_dep.dll\n"
+         "[20]\ndll=cat_second.dll\n");
+    IComponent* live = Create(10);
+    IComponent* fromSection = Create(20);
+    ASSERT_NE(nullptr, live);
+    ASSERT_NE(nullptr, fromSection);
+    fromSection->Release(0);
+    const Platform::ModuleHandle kept[] = {Loaded("cat_first.dll"), Loaded("cat_nocreate.dll"),
+                                           Loaded("cat_second.dll")};
+    for (Platform::ModuleHandle module : kept) ASSERT_NE(nullptr, module);
+
+    catalog_.reset();
+    EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
+    EXPECT_EQ(nullptr, Loaded("cat_dep.dll"));
+    // A live component, no OrvikDllCanUnloadNow, a section's module.
+    EXPECT_EQ(kept[0], Loaded("cat_first.dll"));
+    EXPECT_EQ(kept[1], Loaded("cat_nocreate.dll"));
+    EXPECT_EQ(kept[2], Loaded("cat_second.dll"));
+    live->Release(0);
+    for (Platform::ModuleHandle module : kept) Platform::ReleaseModule(module);
+}
+
+TEST_F(CatalogDestruction, LeavesTheDefaultModuleLoaded)
+{
+    auto& catalog = Load("defaultdll=cat_counter.dll\n");
+    ASSERT_NE(nullptr, Create(1000));
+    const Platform::ModuleHandle module = catalog.defaultDllModule;
+    catalog_.reset();
+    EXPECT_EQ(module, Loaded("cat_counter.dll"));
+    Platform::ReleaseModule(module);
+}
+
+}  // namespace
+}  // namespace Testing
+}  // namespace Orvik
