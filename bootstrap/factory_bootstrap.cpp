@@ -17,6 +17,8 @@ std::atomic<IOrvikComponentFactory*> g_factory{nullptr};
 
 IOrvikComponentFactory* ModuleFactory() { return g_factory; }
 
+void ForgetFactory(IOrvikComponentFactory* factory) { g_factory.compare_exchange_strong(factory, nullptr); }
+
 Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source)
 {
     if (source == FactoryModuleSource::GivenHandle) {

@@ -17,8 +17,12 @@ enum class FactoryModuleSource {
     LoadedModule,
 };
 
-// The module's factory; null until LoadFactory succeeds, then never reset.
+// The module's factory; null until LoadFactory succeeds, then kept.
 IOrvikComponentFactory* ModuleFactory();
+// Drops the module's factory pointer when it names this factory. The factory
+// module calls it as its factory ends, so that its own timer and requests
+// never reach a destroyed factory but obtain the next one.
+void ForgetFactory(IOrvikComponentFactory* factory);
 
 Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source);
 IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module);

@@ -13,6 +13,7 @@
 #include "catalog/component_class_info_list.h"
 #include "platform/debug_output.h"
 #include "platform/multibyte.h"
+#include "tests/support/code_page_scope.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
@@ -271,11 +272,8 @@ TEST_F(ConfigFileTest, PathsThatDoNotFitKeepTheirDocumentedRemainder)
 
 TEST_F(ConfigFileTest, DoubleByteCharactersHideTheirTrailBytes)
 {
-    struct CodePage {
-        bool ok = Platform::SelectCodePage(932);
-        ~CodePage() { Platform::SelectCodePage(Platform::kStartupCodePage); }
-    } japanese;
-    ASSERT_TRUE(japanese.ok);
+    Testing::CodePageScope japanese(932);
+    ASSERT_TRUE(japanese.ok());
     // 0x81 0x5B and 0x83 0x45 are single characters whose trail bytes read '[' and 'E'.
     auto c = Load("[100]\n\x81[5]\ndll=x.dll\n[logdefault]\noutputdebugstring=\x83\x45T\n");
     ASSERT_EQ(1u, c->configRecords.size());

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/test_paths.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -33,15 +35,7 @@ struct Query {
     const char* text;  // unused for size 0, where the buffer stays untouched
 };
 
-// The framework spells paths with backslashes on every platform.
-std::string FrameworkPath(const fs::path& path)
-{
-    std::string text = path.string();
-#if !defined(_WIN32)
-    std::replace(text.begin(), text.end(), '/', '\\');
-#endif
-    return text;
-}
+using Orvik::Testing::FrameworkPath;
 
 class ProfileTest : public ::testing::Test {
 protected:

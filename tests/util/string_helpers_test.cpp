@@ -3,10 +3,11 @@
 #include <cstring>
 #include <string>
 
+#include "tests/support/code_page_scope.h"
 #include "tests/util/helper_host.h"
 #include "util/bootstrap_helpers.h"
 
-using OrvikTest::CodePageScope;
+using Orvik::Testing::CodePageScope;
 using OrvikTest::HelperHost;
 
 namespace {

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds the example host with its modules and runs it: natively (the
+# linux-release preset) and as a Windows program under Wine (mingw-x64).
+# Installs missing tools with apt-get first. Exits nonzero when a build or
+# a run fails.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+source scripts/install-tools.sh
+
+export WINEDEBUG=-all
+jobs=$(nproc 2>/dev/null || echo 2)
+status=0
+
+# build_example PRESET: configures the preset and builds the example target.
+build_example() {
+  echo "== building orvik_example ($1)"
+  cmake --preset "$1" >/dev/null && cmake --build --preset "$1" --target orvik_example -j "$jobs"
+}
+
+# run_example LABEL DIRECTORY COMMAND...: runs the host in its directory.
+run_example() {
+  local label=$1 directory=$2
+  shift 2
+  echo "== running orvik_example ($label)"
+  if (cd "$directory" && "$@"); then
+    echo "== $label: passed"
+  else
+    echo "== $label: FAILED"
+    status=1
+  fi
+}
+
+if build_example linux-release; then
+  run_example native build/linux-release/bin/example ./orvik_example
+else
+  echo "== build of linux-release failed"
+  status=1
+fi
+
+if build_example mingw-x64; then
+  run_example Wine build/mingw-x64/bin/example /usr/lib/wine/wine64 orvik_example.exe
+else
+  echo "== build of mingw-x64 failed"
+  status=1
+fi
+
+exit $status
