@@ -14,6 +14,7 @@
 #include "module/module_exports.h"
 #include "platform/debug_output.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
+#include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
@@ -23,25 +24,17 @@ using Testing::IClientProbe;
 using Testing::IRegisterControl;
 using Testing::ITestService;
 
-class DebugCapture {
-public:
-    DebugCapture() { Platform::SetDebugSink(Collect, this); }
-    ~DebugCapture() { Platform::SetDebugSink(nullptr, nullptr); }
-    const std::vector<std::string>& lines() const { return lines_; }
-    size_t Count(const std::string& line) const { return std::count(lines_.begin(), lines_.end(), line); }
-    std::vector<std::string> Errors() const
-    {
-        std::vector<std::string> errors;
-        for (const std::string& line : lines_) {
-            if (line.find("[TestFactory]") == std::string::npos) errors.push_back(line);
-        }
-        return errors;
-    }
+using Testing::DebugCapture;
 
-private:
-    static void Collect(const char* text, void* self) { static_cast<DebugCapture*>(self)->lines_.push_back(text); }
-    std::vector<std::string> lines_;
-};
+// The lines of the framework, without the stand-in factory's own.
+std::vector<std::string> Errors(const DebugCapture& capture)
+{
+    std::vector<std::string> errors;
+    for (const std::string& line : capture.lines()) {
+        if (line.find("[TestFactory]") == std::string::npos) errors.push_back(line);
+    }
+    return errors;
+}
 
 std::string Hex(const void* pointer)
 {
@@ -102,7 +95,7 @@ TEST_F(FactoryBootstrap, ProfileNamesTheFactoryModule)
     UseProfileNamingTestFactory();
     DebugCapture capture;
     EXPECT_NE(probe_->UseService(1), nullptr);
-    EXPECT_TRUE(capture.Errors().empty());
+    EXPECT_TRUE(Errors(capture).empty());
     EXPECT_EQ(capture.Count("[TestFactory] CreateComponentByID(7200, " + scratch_.Framework("client.ini") + ")\n"), 1u);
     EXPECT_NE(probe_->Factory(), nullptr);
     EXPECT_EQ(Platform::FindLoadedModule(InProgramDirectory("OrvFact.dll").c_str()),
@@ -117,7 +110,7 @@ TEST_F(FactoryBootstrap, GivenFactoryHandleReadsNoProfile)
     SetRegistry(scratch_.Framework("no_such_profile.ini"));
     DebugCapture capture;
     EXPECT_NE(probe_->UseService(1), nullptr);
-    EXPECT_TRUE(capture.Errors().empty()) << capture.Errors().front();
+    EXPECT_TRUE(Errors(capture).empty()) << Errors(capture).front();
 }
 
 TEST_F(FactoryBootstrap, FailedLoadWritesOneLineAndIsTriedAgain)
@@ -199,7 +192,7 @@ TEST_F(FactoryBootstrap, LastComponentGoneSendsOneIdleNotice)
     probe_->Release(0);
     probe_ = nullptr;
     EXPECT_EQ(capture.Count("[TestFactory] NotifyModuleIdle(" + Hex(client_) + ")\n"), 1u);
-    EXPECT_TRUE(capture.Errors().empty());
+    EXPECT_TRUE(Errors(capture).empty());
 }
 
 class RootPath : public FactoryBootstrap {
@@ -229,7 +222,7 @@ TEST_F(RootPath, ComesFromTheRegisterOfTheLoadedFactoryModule)
     EXPECT_EQ(capture.Count("[TestFactory] CreateComponentByID(991, (null))\n"), 1u);
     EXPECT_EQ(capture.Count("[TestFactory] OpenKey(0x3ffffff4, orvik_rootpath, 1, 0x3ffffff4)\n"), 1u);
     EXPECT_EQ(capture.Count("[TestFactory] QueryValue(77, orvik_rootpath_data, 1, 260)\n"), 1u);
-    EXPECT_TRUE(capture.Errors().empty()) << "no profile was needed";
+    EXPECT_TRUE(Errors(capture).empty()) << "no profile was needed";
 
     control_->SetMode(IRegisterControl::kAnswers, "C:\\Elsewhere");
     EXPECT_STREQ(probe_->RootPath(), "C:\\Orvik\\Root") << "kept once found";

@@ -14,6 +14,7 @@
 #include "platform/debug_output.h"
 #include "platform/multibyte.h"
 #include "tests/support/code_page_scope.h"
+#include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
@@ -21,16 +22,7 @@ namespace {
 
 using Catalog = CComponentClassInfoList;
 
-class DebugCapture {
-public:
-    DebugCapture() { Platform::SetDebugSink(Collect, this); }
-    ~DebugCapture() { Platform::SetDebugSink(nullptr, nullptr); }
-    std::string All() const { return text_; }
-
-private:
-    static void Collect(const char* text, void* self) { static_cast<DebugCapture*>(self)->text_ += text; }
-    std::string text_;
-};
+using Testing::DebugCapture;
 
 class ConfigFileTest : public ::testing::Test {
 protected:

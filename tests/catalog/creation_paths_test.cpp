@@ -33,11 +33,11 @@ std::string RegistryPathOf(IComponent* component)
 TEST_F(CatalogCreation, SectionDecidesEvenWhenItsModuleDoesNotLoad)
 {
     Load("dlls=cat_first.dll\n[10]\ndll=missing.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     EXPECT_EQ(nullptr, Create(10));
     EXPECT_EQ(nullptr, Create(10));
     const std::string line = "[Orvik_Error] LoadLibrary Fail(" + Program("missing.dll") + "). ErrorCode(126)\n";
-    EXPECT_EQ((Lines{line, line}), debug.lines);
+    EXPECT_EQ((Lines{line, line}), debug.lines());
 }
 
 TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
@@ -53,11 +53,11 @@ TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
 TEST_F(CatalogCreation, SectionModuleWithoutCreateComponentStaysLoaded)
 {
     auto& catalog = Load("[50]\ndll=cat_nocreate.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     EXPECT_EQ(nullptr, Create(50));
     EXPECT_EQ((Lines{"[Orvik_Error] Can't find CreateComponent().\n",
                      "[Orvik_Error] DLL:" + Program("cat_nocreate.dll") + "\n"}),
-              debug.lines);
+              debug.lines());
     EXPECT_EQ(Loaded("cat_nocreate.dll"), catalog.configRecords.at(50).module);
     catalog.FreeModule(catalog.configRecords.at(50).module);
 }
@@ -65,16 +65,16 @@ TEST_F(CatalogCreation, SectionModuleWithoutCreateComponentStaysLoaded)
 TEST_F(CatalogCreation, IdUnknownToTheScanFailsWithoutTryingTheDefaultModule)
 {
     Load("dlls=cat_first.dll\ndefaultdll=cat_counter.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     EXPECT_EQ(nullptr, Create(1000));
-    EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(1000) Creator From Dll List!\n"}, debug.lines);
+    EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(1000) Creator From Dll List!\n"}, debug.lines());
     EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
 }
 
 TEST_F(CatalogCreation, MissingDefaultModuleIsReportedOnceThenSilent)
 {
     auto& unconfigured = Load("");
-    DebugLines debug;
+    DebugCapture debug;
     Platform::SetLastErrorCode(1234);
     EXPECT_EQ(nullptr, Create(10));
     EXPECT_EQ(nullptr, Create(10));
@@ -85,7 +85,7 @@ TEST_F(CatalogCreation, MissingDefaultModuleIsReportedOnceThenSilent)
     EXPECT_EQ(nullptr, Create(10));
     EXPECT_EQ((Lines{"[Orvik_Error] LoadLibrary() Fail. ErrorCode(1234)\n",
                      "[Orvik_Error] LoadLibrary(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"}),
-              debug.lines);
+              debug.lines());
 }
 
 TEST_F(CatalogCreation, DefaultModuleCreatesAndItsFailuresAreReported)
@@ -96,12 +96,12 @@ TEST_F(CatalogCreation, DefaultModuleCreatesAndItsFailuresAreReported)
     EXPECT_EQ(kFirstTag, Probe(component)->ModuleTag());
     EXPECT_EQ(configPath_, RegistryPathOf(component));
     {
-        DebugLines debug;
+        DebugCapture debug;
         EXPECT_EQ(nullptr, Create(99));
         EXPECT_EQ((Lines{"Orvik[Error]: Can't find the factory method of Component\n",
                          "Orvik[Error]: ComponentID=99 CreatorID=361",
                          "[Orvik_Error] CreateComponent(ComponentId=99) return null.\n"}),
-                  debug.lines);
+                  debug.lines());
     }
     component->Release(0);
     Platform::ReleaseModule(catalog.defaultDllModule);
@@ -116,25 +116,25 @@ TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
     Platform::ReleaseModule(bare.defaultDllModule);
 
     auto& catalog = Load("defaultdll=cat_nocreate.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     EXPECT_EQ(nullptr, Create(50));
     EXPECT_EQ(nullptr, Create(50));
     const std::string line = "[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n";
-    EXPECT_EQ((Lines{line, line}), debug.lines);
+    EXPECT_EQ((Lines{line, line}), debug.lines());
     Platform::ReleaseModule(catalog.defaultDllModule);
 }
 
 TEST_F(CatalogCreation, ScannedProviderFailuresAreReportedAtEveryRequest)
 {
     Load("dlls=cat_second.dll,cat_nocreate.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     EXPECT_EQ(nullptr, Create(21));
     EXPECT_EQ(nullptr, Create(50));
     EXPECT_EQ(nullptr, Create(50));
     EXPECT_EQ((Lines{"Orvik[Error]:CreateComponent method return NULL.\n", "Orvik[Error]: ComponentID=21 CreatorID=361",
                      "[Orvik_Error] CreateComponent(ComponentId=21) return null.\n",
                      "[Orvik_Error] InitOrvikModule Fail.\n", "[Orvik_Error] InitOrvikModule Fail.\n"}),
-              debug.lines);
+              debug.lines());
     const Platform::ModuleHandle noCreate = Loaded("cat_nocreate.dll");
     ASSERT_NE(nullptr, noCreate);
     catalog_.reset();
@@ -217,11 +217,11 @@ TEST_F(CatalogModuleRecords, FreedScannedModuleIsNeverCalledButLoadedAgainByName
 
     std::filesystem::remove(scratch_.native() / "late.dll");
     {
-        DebugLines debug;
+        DebugCapture debug;
         EXPECT_EQ(nullptr, Create(1000));
         EXPECT_EQ((Lines{"[Orvik_Error] LoadLibrary(late.dll) Fail. ErrorCode(126)\n",
                          "[Orvik_Error] InitOrvikModule Fail.\n"}),
-                  debug.lines);
+                  debug.lines());
     }
     CopyModule("cat_counter.dll", "late.dll");
     IComponent* component = Create(1000);

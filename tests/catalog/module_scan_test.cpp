@@ -25,9 +25,9 @@ TEST_F(CatalogScan, FirstRequestScansEveryModuleEvenForASectionIdButTheFactoryNe
 {
     auto& catalog = Load("dlls=cat_first.dll, cat_second.dll\n[1000]\ndll=cat_counter.dll\n");
     {
-        DebugLines debug;
+        DebugCapture debug;
         EXPECT_EQ(nullptr, Create(361));
-        EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(361) Creator From Dll List!\n"}, debug.lines);
+        EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(361) Creator From Dll List!\n"}, debug.lines());
     }
     EXPECT_EQ(0, catalog.dllListScanned);
     EXPECT_EQ(nullptr, Loaded("cat_first.dll"));
@@ -108,24 +108,24 @@ TEST_F(CatalogScan, EmptyItemEndsTheScanAndATabStaysInTheName)
     EXPECT_EQ(nullptr, Loaded("cat_second.dll"));
 
     auto& tabbed = Load("dlls=cat_first.dll,\tcat_second.dll,\n");
-    DebugLines debug;
+    DebugCapture debug;
     tabbed.ScanDllList();
     EXPECT_EQ(1u, tabbed.dllListModules.size());
     EXPECT_STREQ("\tcat_second.dll", tabbed.failedDlls);
-    ASSERT_EQ(1u, debug.lines.size());
+    ASSERT_EQ(1u, debug.lines().size());
     // The code for a name holding a tab differs between platforms.
-    EXPECT_EQ(0u, debug.lines[0].find("[Orvik_Error] LoadLibrary(" + Program("\tcat_second.dll") + ") Fail. ErrorCode("));
+    EXPECT_EQ(0u, debug.lines()[0].find("[Orvik_Error] LoadLibrary(" + Program("\tcat_second.dll") + ") Fail. ErrorCode("));
 }
 
 TEST_F(CatalogScan, FailedNamesAreListedOnceAndRetriedOnRequest)
 {
     auto& catalog = Load("dlls=late.dll,late.dll, xlate.dll\n", scratch_.Framework());
-    DebugLines debug;
+    DebugCapture debug;
     catalog.ScanDllList();
     EXPECT_STREQ("late.dll,xlate.dll", catalog.failedDlls);
     const std::string late = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("late.dll") + ") Fail. ErrorCode(126)\n";
     const std::string xlate = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("xlate.dll") + ") Fail. ErrorCode(126)\n";
-    EXPECT_EQ((Lines{late, late, xlate}), debug.lines);
+    EXPECT_EQ((Lines{late, late, xlate}), debug.lines());
 
     // The module reports 600 ids; the scan takes the first 512.
     CopyModule("cat_counter.dll", "late.dll");
@@ -145,9 +145,9 @@ TEST_F(CatalogScan, NameFoundInsideAFailedOneIsNotAddedAndNothingFailedMeansNoRe
     EXPECT_STREQ("xa.dll", catalog.failedDlls);
 
     auto& untouched = Load("dlls=cat_first.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     untouched.RescanFailedDlls();
-    EXPECT_TRUE(debug.lines.empty());
+    EXPECT_TRUE(debug.lines().empty());
     EXPECT_TRUE(untouched.dllListModules.empty());
     EXPECT_STREQ("cat_first.dll", untouched.dllList);
 }
@@ -155,11 +155,11 @@ TEST_F(CatalogScan, NameFoundInsideAFailedOneIsNotAddedAndNothingFailedMeansNoRe
 TEST_F(CatalogScan, ModuleWithoutIdListStaysLoadedWithoutIds)
 {
     auto& catalog = Load("dlls=cat_noids.dll\n");
-    DebugLines debug;
+    DebugCapture debug;
     catalog.ScanDllList();
     EXPECT_EQ(Lines{"[Orvik_Error] No export \"GetComponentIDs\" function from " + Program("cat_noids.dll") +
                     " Fail.\n"},
-              debug.lines);
+              debug.lines());
     EXPECT_TRUE(catalog.dllListRecords.empty());
     ASSERT_NE(nullptr, Loaded("cat_noids.dll"));
     EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_noids.dll")}, catalog.dllListModules);
@@ -172,11 +172,11 @@ TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)
     const std::string itemTooLong = std::string(26, 'm') + ".dll";  // 30
     CopyModule("cat_counter.dll", fits);
     auto& catalog = Load("dlls=" + tooLong + ", " + fits + "," + itemTooLong + "\n", scratch_.Framework());
-    DebugLines debug;
+    DebugCapture debug;
     catalog.ScanDllList();
     EXPECT_EQ((Lines{"[Orvik_Error] Name too long in the dlls list, skipped(" + tooLong + ").\n",
                      "[Orvik_Error] Name too long in the dlls list, skipped(" + itemTooLong + ").\n"}),
-              debug.lines);
+              debug.lines());
     EXPECT_EQ(1u, catalog.dllListModules.size());
     EXPECT_STREQ(fits.c_str(), catalog.dllListRecords.at(1000).dllName);
 }
@@ -184,18 +184,18 @@ TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)
 TEST_F(CatalogPreload, LoadsJoinedPathsUnlessTheBaseNameIsLoaded)
 {
     {
-        DebugLines debug;
+        DebugCapture debug;
         Load("preload=catalog_sub\\cat_dep.dll, missing.dll\n");
         EXPECT_EQ(Lines{"[Orvik_Error] PreLoadDependDllList(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"},
-                  debug.lines);
+                  debug.lines());
     }
     ASSERT_NE(nullptr, Loaded("cat_dep.dll"));
     EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_dep.dll")}, catalog_->preloadedModules);
 
     // No cat_dep.dll lies in the program directory: the loaded one counts.
-    DebugLines debug;
+    DebugCapture debug;
     auto second = Make("preload=cat_dep.dll\n", ProgramDirectory(), "second.ini");
-    EXPECT_EQ(Lines{"[Orvik_Note] PreLoadDependDllList, cat_dep already loaded!\n"}, debug.lines);
+    EXPECT_EQ(Lines{"[Orvik_Note] PreLoadDependDllList, cat_dep already loaded!\n"}, debug.lines());
     EXPECT_TRUE(second->preloadedModules.empty());
     second.reset();
     EXPECT_NE(nullptr, Loaded("cat_dep.dll"));

@@ -15,26 +15,13 @@
 #include "platform/debug_output.h"
 #include "platform/module_loader.h"
 #include "tests/catalog/modules/catalog_probe.h"
+#include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
 namespace Testing {
 
 using Lines = std::vector<std::string>;
-
-// Collects the debug lines written while it lives.
-class DebugLines {
-public:
-    DebugLines() { Platform::SetDebugSink(Collect, this); }
-    ~DebugLines() { Platform::SetDebugSink(nullptr, nullptr); }
-    DebugLines(const DebugLines&) = delete;
-    DebugLines& operator=(const DebugLines&) = delete;
-
-    Lines lines;
-
-private:
-    static void Collect(const char* text, void* self) { static_cast<DebugLines*>(self)->lines.emplace_back(text); }
-};
 
 inline ICatalogProbe* Probe(IComponent* component) { return static_cast<ICatalogProbe*>(component); }
 

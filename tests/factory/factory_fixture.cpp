@@ -33,19 +33,6 @@ std::filesystem::path OrvikIni() { return NativePath(InProgramDirectory("Orvik.i
 
 }  // namespace
 
-DebugLines::DebugLines() { Platform::SetDebugSink(Collect, this); }
-
-DebugLines::~DebugLines() { Platform::SetDebugSink(nullptr, nullptr); }
-
-Lines DebugLines::Take()
-{
-    Lines taken;
-    taken.swap(lines_);
-    return taken;
-}
-
-void DebugLines::Collect(const char* text, void* self) { static_cast<DebugLines*>(self)->lines_.emplace_back(text); }
-
 std::string InProgramDirectory(const std::string& name) { return ProgramDirectory() + "\\" + name; }
 
 bool IsLoaded(const char* module) { return Platform::FindLoadedModule(module) != nullptr; }

@@ -13,28 +13,13 @@
 #include "module/component_factory.h"
 #include "platform/module_loader.h"
 #include "tests/factory/modules/probe_interfaces.h"
+#include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
 namespace Testing {
 
 using Lines = std::vector<std::string>;
-
-// Collects the debug lines of every module while it lives.
-class DebugLines {
-public:
-    DebugLines();
-    ~DebugLines();
-    DebugLines(const DebugLines&) = delete;
-    DebugLines& operator=(const DebugLines&) = delete;
-
-    // The lines written since the last call.
-    Lines Take();
-
-private:
-    static void Collect(const char* text, void* self);
-    Lines lines_;
-};
 
 // A module of the test program's directory, in the framework's form.
 std::string InProgramDirectory(const std::string& name);
@@ -74,7 +59,7 @@ protected:
     static void DropLeftoverReference(const char* module);
 
     ScratchDirectory scratch_;
-    DebugLines debug_;
+    DebugCapture debug_;
     Platform::ModuleHandle clientModule_ = nullptr;
     IFactoryClient* client_ = nullptr;
 };

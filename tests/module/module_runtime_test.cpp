@@ -12,6 +12,7 @@
 #include "module/module_exports.h"
 #include "platform/debug_output.h"
 #include "tests/module/modules/test_probe.h"
+#include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
@@ -59,17 +60,7 @@ private:
     Platform::ModuleHandle handle_;
 };
 
-// Collects the debugger output while it lives.
-class DebugCapture {
-public:
-    DebugCapture() { Platform::SetDebugSink(Collect, this); }
-    ~DebugCapture() { Platform::SetDebugSink(nullptr, nullptr); }
-    const std::vector<std::string>& lines() const { return lines_; }
-
-private:
-    static void Collect(const char* text, void* self) { static_cast<DebugCapture*>(self)->lines_.push_back(text); }
-    std::vector<std::string> lines_;
-};
+using Testing::DebugCapture;
 
 class ModuleRuntime : public ::testing::Test {
 protected:
