@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -11,189 +11,141 @@
 
 #include "tests/support/test_paths.h"
 
-using Orvik::Testing::FrameworkPath;
-using Orvik::Testing::NativePath;
-using Orvik::Testing::ProgramDirectory;
-using Orvik::Testing::ScratchDirectory;
-
+namespace Orvik::Testing {
 namespace {
 
-constexpr int kPathSize = 260;
+using Table = std::vector<std::pair<std::string, std::string>>;
 
 void WriteProfile(const std::string& path, const std::string& text)
 {
+    std::filesystem::create_directories(NativePath(path).parent_path());
     std::ofstream(NativePath(path), std::ios::binary) << text;
 }
 
 std::string RedirectTo(const std::string& target) { return "[Redirect]\nPath=" + target + "\n"; }
 
-std::string ProfilePath(const char* configPath)
-{
-    char out[kPathSize];
-    std::memset(out, '#', sizeof out);
-    Orvik::ResolveProfilePath(configPath, out, sizeof out);
-    return out;
-}
-
-std::string ModulePath(const std::string& profile)
-{
-    char out[kPathSize];
-    std::memset(out, '#', sizeof out);
-    Orvik::ResolveFactoryModulePath(profile.c_str(), out, sizeof out);
-    return out;
-}
-
 // Every separator after the first character becomes a forward slash; the
 // path stays absolute (leading backslash or drive colon).
 std::string WithForwardSlashes(std::string path)
 {
-    for (size_t i = 1; i < path.size(); ++i) {
-        if (path[i] == '\\') path[i] = '/';
-    }
+    std::replace(path.begin() + 1, path.end(), '\\', '/');
     return path;
 }
 
-// A directory of its own for each test, so that tests can run side by side.
-class ProfileTest : public ::testing::Test {
-protected:
-    ProfileTest() : dir_(std::string("profile_") + ::testing::UnitTest::GetInstance()->current_test_info()->name()) {}
+// What a resolver writes into a buffer of size bytes; the bytes after it
+// must stay untouched.
+template <typename Resolver>
+std::string Resolve(Resolver resolver, const char* input, int size = 260)
+{
+    std::vector<char> out(size + 8, '#');
+    resolver(input, out.data(), size);
+    EXPECT_EQ(std::string(out.end() - 8, out.end()), "########") << "written past the buffer";
+    return std::string(out.begin(), std::find(out.begin(), out.begin() + size, '\0'));
+}
+std::string ProfilePath(const std::string& configPath) { return Resolve(ResolveProfilePath, configPath.c_str()); }
+std::string ModulePath(const std::string& profile) { return Resolve(ResolveFactoryModulePath, profile.c_str()); }
 
-    std::string Path(const std::string& name) const { return dir_.Framework(name); }
-    void MakeDirectory(const std::string& name) const { std::filesystem::create_directories(dir_.native() / name); }
-
-    ScratchDirectory dir_;
-};
-
-// Profile paths
-
-TEST(ProfileStartTest, EmptyPathAndOrvikIniBothStartInTheHostDirectory)
+TEST(ProfileStart, RelativePathsJoinTheHostDirectoryAndAbsoluteOnesStay)
 {
     EXPECT_EQ(ProfilePath(""), ProfilePath("Orvik.ini"));
-    EXPECT_EQ(ProfilePath(nullptr), ProfilePath("Orvik.ini"));
-    const std::string hostProfile = ProgramDirectory() + "\\Orvik.ini";
-    if (std::filesystem::exists(NativePath(hostProfile))) GTEST_SKIP() << hostProfile << " exists and may redirect";
-    EXPECT_EQ(hostProfile, ProfilePath(""));
-}
-
-TEST(ProfileStartTest, RelativePathsAreJoinedToTheHostDirectory)
-{
-    EXPECT_EQ(ProgramDirectory() + "\\Cfg\\Game.ini", ProfilePath("Cfg\\Game.ini"));
-    EXPECT_EQ(ProgramDirectory() + "\\/Cfg/Game.ini", ProfilePath("/Cfg/Game.ini"));
+    EXPECT_EQ(Resolve(ResolveProfilePath, nullptr), ProfilePath("Orvik.ini"));
+    const std::string host = ProgramDirectory() + "\\";
     const std::string longName(300, 'a');
-    EXPECT_EQ((ProgramDirectory() + "\\" + longName).substr(0, 259), ProfilePath(longName.c_str()));
+    const Table cases = {
+        {"Cfg\\Game.ini", host + "Cfg\\Game.ini"},
+        {"/Cfg/Game.ini", host + "/Cfg/Game.ini"},
+        {longName, (host + longName).substr(0, 259)},
+        {"D:\\Cfg\\Game.ini", "D:\\Cfg\\Game.ini"},
+        {"D:Game.ini", "D:Game.ini"},
+        {"\\\\nohost\\share\\Orvik.ini", "\\\\nohost\\share\\Orvik.ini"},
+        {"\\nodir\\Game.ini", "\\nodir\\Game.ini"},
+        {"\\" + longName, ("\\" + longName).substr(0, 259)},
+    };
+    for (const auto& [path, expected] : cases) EXPECT_EQ(expected, ProfilePath(path)) << path;
+    EXPECT_EQ("D:\\Cfg\\", Resolve(ResolveProfilePath, "D:\\Cfg\\Game.ini", 8)) << "cut to the caller's buffer";
+
+    if (std::filesystem::exists(NativePath(host + "Orvik.ini"))) GTEST_SKIP() << "the host's Orvik.ini may redirect";
+    EXPECT_EQ(host + "Orvik.ini", ProfilePath(""));
 }
 
-TEST(ProfileStartTest, AbsolutePathsAreUsedAsGiven)
-{
-    for (const char* path : {"D:\\Cfg\\Game.ini", "D:Game.ini", "\\\\nohost\\share\\Orvik.ini", "\\nodir\\Game.ini"}) {
-        EXPECT_EQ(path, ProfilePath(path));
-    }
-    const std::string longPath = "\\" + std::string(300, 'a');
-    EXPECT_EQ(longPath.substr(0, 259), ProfilePath(longPath.c_str()));
-}
-
-TEST_F(ProfileTest, RelativeConfigurationPathIsReadBesideTheHost)
+TEST(ProfileStart, RelativeConfigurationPathIsReadBesideTheHost)
 {
     // A directory of this test's own below the host's; no test touches the
     // host's Orvik.ini.
+    ScratchDirectory target("profile_target");
     const std::string name = "profile_resolution_test";
-    const std::filesystem::path beside = NativePath(ProgramDirectory() + "\\" + name);
-    std::filesystem::remove_all(beside);
-    std::filesystem::create_directory(beside);
-    WriteProfile(ProgramDirectory() + "\\" + name + "\\Game.ini", RedirectTo(Path("Final.ini")));
-    const std::string resolved = ProfilePath((name + "\\Game.ini").c_str());
-    std::filesystem::remove_all(beside);
-    EXPECT_EQ(Path("Final.ini"), resolved);
+    WriteProfile(ProgramDirectory() + "\\" + name + "\\Game.ini", RedirectTo(target.Framework("Final.ini")));
+    const std::string resolved = ProfilePath(name + "\\Game.ini");
+    std::filesystem::remove_all(NativePath(ProgramDirectory() + "\\" + name));
+    EXPECT_EQ(target.Framework("Final.ini"), resolved);
 }
 
-TEST(ProfileStartTest, ResultIsCutToTheCallersBuffer)
+class ProfileTest : public ::testing::Test {
+protected:
+    std::string Path(const std::string& name) const { return dir_.Framework(name); }
+    // Profiles in the test's directory, named relative to it, and nothing else.
+    void WriteOnly(const Table& profiles)
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(dir_.native())) {
+            std::filesystem::remove_all(entry.path());
+        }
+        for (const auto& [name, text] : profiles) WriteProfile(Path(name), text);
+    }
+
+    ScratchDirectory dir_{std::string("profile_") + ::testing::UnitTest::GetInstance()->current_test_info()->name()};
+};
+
+TEST_F(ProfileTest, RedirectsAreFollowedUntilRelativeBlankOrRepeated)
 {
-    char out[16];
-    std::memset(out, '#', sizeof out);
-    Orvik::ResolveProfilePath("D:\\Cfg\\Game.ini", out, 8);
-    EXPECT_STREQ("D:\\Cfg\\", out);
-    EXPECT_EQ(std::string(8, '#'), std::string(out + 8, 8));
+    const std::string slashedA = WithForwardSlashes(Path("A.ini"));
+    const std::string slashedB = WithForwardSlashes(Path("B.ini"));
+    const std::string plain = "[361]\nDLL=OrvFact.dll\n";
+    const struct {
+        Table profiles;
+        std::string start;
+        std::string expected;
+    } scenarios[] = {
+        {{{"A.ini", plain}}, "A.ini", Path("A.ini")},
+        {{{"A.ini", "[Redirect]\nPath=\"  \t\"\n"}}, "A.ini", Path("A.ini")},
+        {{}, "missing.ini", Path("missing.ini")},
+        {{{"A.ini", RedirectTo(Path("B.ini"))}, {"B.ini", RedirectTo(Path("C.ini"))}, {"C.ini", plain}},
+         "A.ini", Path("C.ini")},
+        // Forward slashes and network paths.
+        {{{"A.ini", RedirectTo(slashedB)}, {"B.ini", RedirectTo("\\\\nohost\\share\\C.ini")}},
+         "A.ini", "\\\\nohost\\share\\C.ini"},
+        {{{"A.ini", RedirectTo(slashedB)}, {"B.ini", ""}}, "A.ini", slashedB},
+        {{{"A.ini", RedirectTo("sub/B.ini")}}, "A.ini", Path("") + "\\sub/B.ini"},
+        // A relative redirect ends the chain unread.
+        {{{"A.ini", RedirectTo("sub\\B.ini")}, {"sub\\B.ini", RedirectTo(Path("C.ini"))}}, "A.ini", Path("sub\\B.ini")},
+        {{{"A.ini", RedirectTo(Path("sub\\B.ini"))}, {"sub\\B.ini", RedirectTo("..\\C.ini")},
+          {"C.ini", RedirectTo(Path("A.ini"))}},
+         "A.ini", Path("sub\\..\\C.ini")},
+        // A cycle stops at the last profile reached, spellings compared as written.
+        {{{"A.ini", RedirectTo(Path("A.ini"))}}, "A.ini", Path("A.ini")},
+        {{{"A.ini", RedirectTo(Path("B.ini"))}, {"B.ini", RedirectTo(Path("A.ini"))}}, "A.ini", Path("B.ini")},
+        {{{"A.ini", RedirectTo(Path("B.ini"))}, {"B.ini", RedirectTo(Path("A.ini"))}}, "B.ini", Path("A.ini")},
+        {{{"S.ini", RedirectTo(Path("A.ini"))}, {"A.ini", RedirectTo(Path("B.ini"))},
+          {"B.ini", RedirectTo(Path("A.ini"))}},
+         "S.ini", Path("B.ini")},
+        {{{"A.ini", RedirectTo(slashedA)}}, "A.ini", slashedA},
+    };
+    for (const auto& scenario : scenarios) {
+        WriteOnly(scenario.profiles);
+        EXPECT_EQ(scenario.expected, ProfilePath(Path(scenario.start)))
+            << scenario.start << " of " << scenario.profiles.size() << " profiles, expecting " << scenario.expected;
+    }
 }
-
-// Redirects
-
-TEST_F(ProfileTest, ProfileWithoutRedirectIsTheResult)
-{
-    WriteProfile(Path("A.ini"), "[361]\nDLL=OrvFact.dll\n");
-    EXPECT_EQ(Path("A.ini"), ProfilePath(Path("A.ini").c_str()));
-    WriteProfile(Path("A.ini"), "[Redirect]\nPath=\"  \t\"\n");
-    EXPECT_EQ(Path("A.ini"), ProfilePath(Path("A.ini").c_str()));
-    EXPECT_EQ(Path("missing.ini"), ProfilePath(Path("missing.ini").c_str()));
-}
-
-TEST_F(ProfileTest, AbsoluteRedirectsAreFollowedInARow)
-{
-    WriteProfile(Path("A.ini"), RedirectTo(Path("B.ini")));
-    WriteProfile(Path("B.ini"), RedirectTo(Path("C.ini")));
-    WriteProfile(Path("C.ini"), "[361]\nDLL=OrvFact.dll\n");
-    EXPECT_EQ(Path("C.ini"), ProfilePath(Path("A.ini").c_str()));
-}
-
-TEST_F(ProfileTest, RedirectsMayUseForwardSlashesAndNetworkPaths)
-{
-    WriteProfile(Path("A.ini"), RedirectTo(WithForwardSlashes(Path("B.ini"))));
-    WriteProfile(Path("B.ini"), RedirectTo("\\\\nohost\\share\\C.ini"));
-    EXPECT_EQ("\\\\nohost\\share\\C.ini", ProfilePath(Path("A.ini").c_str()));
-    WriteProfile(Path("B.ini"), "");
-    EXPECT_EQ(WithForwardSlashes(Path("B.ini")), ProfilePath(Path("A.ini").c_str()));
-    WriteProfile(Path("A.ini"), RedirectTo("sub/B.ini"));
-    EXPECT_EQ(Path("") + "\\sub/B.ini", ProfilePath(Path("A.ini").c_str()));
-}
-
-TEST_F(ProfileTest, RelativeRedirectEndsTheChain)
-{
-    MakeDirectory("sub");
-    WriteProfile(Path("A.ini"), RedirectTo("sub\\B.ini"));
-    WriteProfile(Path("sub\\B.ini"), RedirectTo(Path("C.ini")));
-    EXPECT_EQ(Path("sub\\B.ini"), ProfilePath(Path("A.ini").c_str()));
-
-    WriteProfile(Path("A.ini"), RedirectTo(Path("sub\\B.ini")));
-    WriteProfile(Path("sub\\B.ini"), RedirectTo("..\\C.ini"));
-    WriteProfile(Path("C.ini"), RedirectTo(Path("A.ini")));
-    EXPECT_EQ(Path("sub\\..\\C.ini"), ProfilePath(Path("A.ini").c_str()));
-}
-
-TEST_F(ProfileTest, RedirectCycleStopsAtTheLastProfileReached)
-{
-    WriteProfile(Path("A.ini"), RedirectTo(Path("A.ini")));
-    EXPECT_EQ(Path("A.ini"), ProfilePath(Path("A.ini").c_str()));
-
-    WriteProfile(Path("A.ini"), RedirectTo(Path("B.ini")));
-    WriteProfile(Path("B.ini"), RedirectTo(Path("A.ini")));
-    EXPECT_EQ(Path("B.ini"), ProfilePath(Path("A.ini").c_str()));
-    EXPECT_EQ(Path("A.ini"), ProfilePath(Path("B.ini").c_str()));
-
-    WriteProfile(Path("S.ini"), RedirectTo(Path("A.ini")));
-    EXPECT_EQ(Path("B.ini"), ProfilePath(Path("S.ini").c_str()));
-}
-
-TEST_F(ProfileTest, CycleThroughAnotherSpellingEndsOnceThatSpellingRepeats)
-{
-    const std::string slashed = WithForwardSlashes(Path("A.ini"));
-    WriteProfile(Path("A.ini"), RedirectTo(slashed));
-    EXPECT_EQ(slashed, ProfilePath(Path("A.ini").c_str()));
-}
-
-// Factory module paths
 
 TEST_F(ProfileTest, ModulePathFollowsTheOutcomeTable)
 {
     const std::string modules = Path("mods");
     const std::string here = Path("");
-    const std::vector<std::pair<std::string, std::string>> cases = {
+    Table cases = {
         // "DLL" absolute: taken as it is.
         {"[361]\nDLL=" + modules + "\\OrvFact.dll\nNotUseDefaultDllPath=0\n[DefaultValue]\nDllPath=Bin\n",
          modules + "\\OrvFact.dll"},
         {"[361]\nDLL=\\\\server\\share\\OrvFact.dll\n", "\\\\server\\share\\OrvFact.dll"},
         {"[361]\nDLL=D:OrvFact.dll\n[DefaultValue]\nDllPath=Bin\n", "D:OrvFact.dll"},
-        // Default directory switched off.
-        {"[361]\nDLL=OrvFact.dll\nNotUseDefaultDllPath=1\n[DefaultValue]\nDllPath=" + modules + "\n",
-         here + "\\OrvFact.dll"},
         // Blank default directory.
         {"[361]\nDLL=OrvFact.dll\n", here + "\\OrvFact.dll"},
         {"[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=\"  \"\n", here + "\\OrvFact.dll"},
@@ -201,91 +153,55 @@ TEST_F(ProfileTest, ModulePathFollowsTheOutcomeTable)
         {"[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=" + modules + "\n", modules + "\\OrvFact.dll"},
         {"[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=" + modules + "\\\n", modules + "\\\\OrvFact.dll"},
         // Relative default directory, placed beside the profile.
-        {"[361]\nDLL=OrvFact.dll\nNotUseDefaultDllPath=0\n[DefaultValue]\nDllPath=Bin\n",
-         here + "\\Bin\\OrvFact.dll"},
+        {"[361]\nDLL=OrvFact.dll\nNotUseDefaultDllPath=0\n[DefaultValue]\nDllPath=Bin\n", here + "\\Bin\\OrvFact.dll"},
         {"[361]\nDLL=sub\\OrvFact.dll\n[DefaultValue]\nDllPath=..\\Bin\n", here + "\\..\\Bin\\sub\\OrvFact.dll"},
+        // "DLL" is trimmed but keeps inner blanks; 260 characters read as empty.
+        {"[361]\nDLL=\" \tProgram Files\\OrvFact.dll\t \"\nNotUseDefaultDllPath=1\n",
+         Path("Program Files\\OrvFact.dll")},
+        {"[361]\nDLL=\"  \\" + std::string(258, 'd') + "\t\"\n", "\\" + std::string(258, 'd')},
+        {"[361]\nDLL=\\" + std::string(259, 'd') + "\nNotUseDefaultDllPath=1\n", here + "\\"},
     };
-    for (const auto& [profile, expected] : cases) {
-        SCOPED_TRACE(profile);
-        WriteProfile(Path("Orvik.ini"), profile);
-        EXPECT_EQ(expected, ModulePath(Path("Orvik.ini")));
+    // Only a leading one switches the default directory off; ten characters
+    // read as empty.
+    for (const char* off : {"1", "10", "1abc", " 1", "\" \t1\""}) cases.push_back({off, here + "\\OrvFact.dll"});
+    for (const char* on : {"0", "01", "", "1abcdefghi", "\"  \""}) cases.push_back({on, modules + "\\OrvFact.dll"});
+    for (auto& [profile, expected] : cases) {
+        if (profile.find('\n') == std::string::npos) {
+            profile = "[361]\nDLL=OrvFact.dll\nNotUseDefaultDllPath=" + profile + "\n[DefaultValue]\nDllPath=" +
+                      modules + "\n";
+        }
+        WriteOnly({{"Orvik.ini", profile}});
+        EXPECT_EQ(expected, ModulePath(Path("Orvik.ini"))) << profile;
     }
-}
 
-TEST_F(ProfileTest, OnlyALeadingOneSwitchesTheDefaultDirectoryOff)
-{
-    const std::string off = Path("OrvFact.dll");
-    const std::string on = Path("mods\\OrvFact.dll");
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"1", off},    {"10", off}, {"1abc", off}, {" 1", off},        {"\" \t1\"", off},
-        {"0", on},     {"01", on},  {"", on},      {"1abcdefghi", on},  // ten characters read as empty
-        {"\"  \"", on},
-    };
-    for (const auto& [flag, expected] : cases) {
-        SCOPED_TRACE("NotUseDefaultDllPath=" + flag);
-        WriteProfile(Path("Orvik.ini"), "[361]\nDLL=OrvFact.dll\nNotUseDefaultDllPath=" + flag +
-                                            "\n[DefaultValue]\nDllPath=" + Path("mods") + "\n");
-        EXPECT_EQ(expected, ModulePath(Path("Orvik.ini")));
-    }
-}
-
-TEST_F(ProfileTest, DllValueIsTrimmedButKeepsInnerBlanks)
-{
-    WriteProfile(Path("Orvik.ini"), "[361]\nDLL=Program Files\\OrvFact.dll\nNotUseDefaultDllPath=1\n");
-    EXPECT_EQ(Path("Program Files\\OrvFact.dll"), ModulePath(Path("Orvik.ini")));
-    WriteProfile(Path("Orvik.ini"), "[361]\nDLL=\" \tProgram Files\\OrvFact.dll\t \"\nNotUseDefaultDllPath=1\n");
-    EXPECT_EQ(Path("Program Files\\OrvFact.dll"), ModulePath(Path("Orvik.ini")));
-}
-
-TEST_F(ProfileTest, DllValueOf260CharactersReadsAsEmpty)
-{
-    const std::string longest = "\\" + std::string(258, 'd');
-    WriteProfile(Path("Orvik.ini"), "[361]\nDLL=\"  " + longest + "\t\"\nNotUseDefaultDllPath=1\n");
-    EXPECT_EQ(longest, ModulePath(Path("Orvik.ini")));
-    WriteProfile(Path("Orvik.ini"), "[361]\nDLL=" + longest + "d\nNotUseDefaultDllPath=1\n");
-    EXPECT_EQ(Path("") + "\\", ModulePath(Path("Orvik.ini")));
-}
-
-TEST_F(ProfileTest, MissingProfileGivesItsDirectoryAlone)
-{
-    EXPECT_EQ(Path("") + "\\", ModulePath(Path("missing.ini")));
+    WriteOnly({{"Orvik.ini", "[361]\nDLL=a.dll\nNotUseDefaultDllPath=1\n"}});
+    EXPECT_EQ("a.dll", Resolve(ResolveFactoryModulePath, Path("Orvik.ini").c_str(), 8));
+    // A missing profile gives its directory alone.
+    EXPECT_EQ(here + "\\", ModulePath(Path("missing.ini")));
     EXPECT_EQ("D:x.ini\\", ModulePath("D:x.ini"));
-}
-
-TEST_F(ProfileTest, ModulePathStaysWithinTheCallersBuffer)
-{
-    WriteProfile(Path("Orvik.ini"), "[361]\nDLL=a.dll\nNotUseDefaultDllPath=1\n");
-    char out[16];
-    std::memset(out, '#', sizeof out);
-    Orvik::ResolveFactoryModulePath(Path("Orvik.ini").c_str(), out, 8);
-    EXPECT_STREQ("a.dll", out);
-    EXPECT_EQ(std::string(8, '#'), std::string(out + 8, 8));
 }
 
 TEST_F(ProfileTest, ExampleRedirectAndDefaultDirectory)
 {
-    MakeDirectory("App");
-    MakeDirectory("Conf");
-    WriteProfile(Path("App\\Orvik.ini"), RedirectTo("..\\Conf\\Orvik.ini"));
-    WriteProfile(Path("Conf\\Orvik.ini"), RedirectTo(Path("Other.ini")) +
-                                              "[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=Bin\n");
-    const std::string profile = ProfilePath(Path("App\\Orvik.ini").c_str());
+    WriteOnly({{"App\\Orvik.ini", RedirectTo("..\\Conf\\Orvik.ini")},
+               {"Conf\\Orvik.ini",
+                RedirectTo(Path("Other.ini")) + "[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=Bin\n"}});
+    const std::string profile = ProfilePath(Path("App\\Orvik.ini"));
     EXPECT_EQ(Path("App\\..\\Conf\\Orvik.ini"), profile);
     EXPECT_EQ(Path("App\\..\\Conf\\Bin\\OrvFact.dll"), ModulePath(profile));
 }
 
-// Single values
-
 TEST_F(ProfileTest, ReadProfileStringTrimsAndRefusesWhatDoesNotFit)
 {
-    WriteProfile(Path("Orvik.ini"), "[Sec]\nKey=\"\t abc \t\"\n");
+    WriteOnly({{"Orvik.ini", "[Sec]\nKey=\"\t abc \t\"\n"}});
     char out[8] = "old";
-    Orvik::ReadProfileString(Path("Orvik.ini").c_str(), "sec", "KEY", "", out, 4);
+    ReadProfileString(Path("Orvik.ini").c_str(), "sec", "KEY", "", out, 4);
     EXPECT_STREQ("abc", out);
-    Orvik::ReadProfileString(Path("Orvik.ini").c_str(), "Sec", "Key", "", out, 3);
+    ReadProfileString(Path("Orvik.ini").c_str(), "Sec", "Key", "", out, 3);
     EXPECT_STREQ("", out);
-    Orvik::ReadProfileString(Path("Orvik.ini").c_str(), "Sec", "Other", "  dflt", out, sizeof out);
+    ReadProfileString(Path("Orvik.ini").c_str(), "Sec", "Other", "  dflt", out, sizeof out);
     EXPECT_STREQ("dflt", out);
 }
 
 }  // namespace
+}  // namespace Orvik::Testing

@@ -7,54 +7,52 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
-#include "platform/debug_output.h"
-#include "platform/multibyte.h"
 #include "tests/support/code_page_scope.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
-namespace Orvik {
+namespace Orvik::Testing {
 namespace {
 
 using Catalog = CComponentClassInfoList;
 
-using Testing::DebugCapture;
-
 class ConfigFileTest : public ::testing::Test {
 protected:
-    std::string Write(const std::string& content, const std::string& name = "catalog.ini")
-    {
-        std::ofstream(scratch_.native() / name, std::ios::binary) << content;
-        return scratch_.Framework(name);
-    }
     std::unique_ptr<Catalog> Load(const std::string& content)
     {
+        std::ofstream(scratch_.native() / "catalog.ini", std::ios::binary) << content;
         auto catalog = std::make_unique<Catalog>();
-        EXPECT_EQ(1u, catalog->LoadConfigFile("reg", Write(content).c_str()));
+        EXPECT_EQ(1u, catalog->LoadConfigFile("reg", scratch_.Framework("catalog.ini").c_str()));
         return catalog;
     }
     std::string Dir() const { return scratch_.Framework(); }
 
     // One directory per test, so that tests may run side by side.
-    Testing::ScratchDirectory scratch_{std::string("config_file_") +
-                                       ::testing::UnitTest::GetInstance()->current_test_info()->name()};
+    ScratchDirectory scratch_{std::string("config_file_") +
+                              ::testing::UnitTest::GetInstance()->current_test_info()->name()};
 };
 
-// Everything the file can set, in one text, so that two catalogs compare.
-std::string Settings(const Catalog& c)
+// " log=debug/file" when any of them is set or flag says so.
+std::string LogMasks(uint32_t debug, uint32_t file, int32_t flag = 0)
 {
-    std::string text = std::string(c.dllPath) + "|" + c.defaultDllPath + "|" + c.dllList + "|" +
-                       std::to_string(c.hasDllList) + "|" + std::to_string(c.defaultDebugOutputMask) + "|" +
-                       std::to_string(c.defaultLogFileMask) + "|" + std::to_string(c.maxFileCount) + "|" +
-                       std::to_string(c.maxFileSize);
+    return debug != 0 || file != 0 || flag != 0 ? " log=" + std::to_string(debug) + "/" + std::to_string(file) : "";
+}
+
+// The default log masks and the records of a catalog in id order: "id",
+// then ":dll" when set, " nodefault" when the default directory is off, and
+// the log masks when the section set a log key.
+std::string Summary(const Catalog& c)
+{
+    std::string text = "default" + LogMasks(c.defaultDebugOutputMask, c.defaultLogFileMask);
     for (const auto& [id, r] : c.configRecords) {
-        text += "|" + std::to_string(id) + ":" + r.dll + ":" + std::to_string(r.notUseDefaultDllPath) + ":" +
-                std::to_string(r.hasLogSetting) + ":" + std::to_string(r.debugOutputMask) + ":" +
-                std::to_string(r.logFileMask);
+        text += "; " + std::to_string(id) + (r.dll[0] != '\0' ? ":" + std::string(r.dll) : "");
+        if (r.notUseDefaultDllPath != 0) text += " nodefault";
+        text += LogMasks(r.debugOutputMask, r.logFileMask, r.hasLogSetting);
     }
     return text;
 }
@@ -69,20 +67,6 @@ void ExpectDefaults(const Catalog& c)
     EXPECT_STREQ("", c.defaultDllPath);
     EXPECT_STREQ("", c.dllList);
     EXPECT_EQ(0, c.hasDllList);
-}
-
-TEST(ConfigConstruction, StartsWithTheDocumentedDefaults)
-{
-    Catalog c;
-    ExpectDefaults(c);
-    EXPECT_STREQ("", c.dllPath);
-    EXPECT_STREQ("", c.configFilePath);
-    EXPECT_EQ(0u, c.textSize);
-    EXPECT_EQ(nullptr, c.text.get());
-    EXPECT_EQ(0, c.dllListScanned);
-    EXPECT_EQ(nullptr, c.defaultDllModule);
-    EXPECT_EQ(std::vector<char>(sizeof c.failedDlls, 0),
-              std::vector<char>(c.failedDlls, c.failedDlls + sizeof c.failedDlls));
 }
 
 TEST_F(ConfigFileTest, MissingOrEmptyFileKeepsDefaultsWithTheFilesDirectory)
@@ -102,77 +86,50 @@ TEST_F(ConfigFileTest, MissingOrEmptyFileKeepsDefaultsWithTheFilesDirectory)
 
 TEST_F(ConfigFileTest, LineEndsAndBlankLinesDoNotMatter)
 {
-    const std::vector<std::string> lines = {"[logdefault]", "outputdebugstring=E", "[100]", "dll=a.dll",
-                                            "MaxFileCount=4", "[200]", "writetologfile=W"};
-    std::string reference;
     for (const std::string end : {"\r\n", "\n", "\r", "\r\n\r\n", "\n \n\n"}) {
-        std::string text;
-        for (const std::string& line : lines) text += line + end;
-        const std::string settings = Settings(*Load(text));
-        if (reference.empty()) reference = settings;
-        EXPECT_EQ(reference, settings) << "line end of " << end.size() << " bytes";
+        std::string text = end;
+        for (const char* line : {"[logdefault]", "outputdebugstring=E", "[100]", "dll=a.dll", "MaxFileCount=4", "[200]",
+                                 "writetologfile=W"}) {
+            text += line + end;
+        }
+        auto c = Load(text);
+        EXPECT_EQ("default log=1/0; 100:a.dll; 200 log=0/16", Summary(*c)) << "line end of " << end.size() << " bytes";
+        EXPECT_EQ(4, c->maxFileCount);
     }
-    EXPECT_NE(std::string::npos, reference.find("|100:a.dll:0:0:0:0|200::0:1:0:16"));
-    EXPECT_EQ(Settings(*Load("\n\n" + lines[2] + "\n" + lines[3])), Settings(*Load(lines[2] + "\n" + lines[3])));
 }
 
-TEST_F(ConfigFileTest, HashIsNoCommentMarker)
-{
-    auto c = Load("[100]\n  # [120]\ndll=x.dll\n####\n  #\t\n# comment\n# a=b\n#dll=y.dll\n");
-    ASSERT_EQ(2u, c->configRecords.size());
-    EXPECT_STREQ("", c->configRecords.at(100).dll);
-    EXPECT_STREQ("x.dll", c->configRecords.at(120).dll);
-}
-
-TEST_F(ConfigFileTest, ValuesLoseBlanksAndQuotesAtTheirEnds)
-{
-    auto c = Load("[120]\nDLL = \"My Module.dll\" \n[121]\ndll=a=b\n[122]\ndll=keep.dll\n=dll=x.dll\n"
-                  " = y.dll\n[123]\n \t dLl\t=\t\"\" \"in\"ner\"\"\t \n[124]\nunknown=1\njust text\n");
-    EXPECT_STREQ("My Module.dll", c->configRecords.at(120).dll);
-    EXPECT_STREQ("a=b", c->configRecords.at(121).dll);
-    EXPECT_STREQ("keep.dll", c->configRecords.at(122).dll);
-    EXPECT_STREQ("in\"ner", c->configRecords.at(123).dll);
-    EXPECT_STREQ("", c->configRecords.at(124).dll);
-}
-
-TEST_F(ConfigFileTest, ByteOrderMarkSpoilsOnlyAKeyOnTheFirstLine)
+TEST_F(ConfigFileTest, RecordsFollowSectionsKeysAndValues)
 {
     const std::string bom = "\xEF\xBB\xBF";
-    EXPECT_STREQ("", Load(bom + "dll=a.dll\n[100]\n")->configRecords.at(100).dll);
-    EXPECT_STREQ("a.dll", Load(bom + "[100]\ndll=a.dll\n")->configRecords.at(100).dll);
-}
-
-TEST_F(ConfigFileTest, SectionHeadersSelectTheirKind)
-{
-    for (const char* header : {"[LogDefault]", "xx[LOGDEFAULT]yy"}) {
-        EXPECT_EQ(0x11u, Load(std::string(header) + "\noutputdebugstring=WE\n")->defaultDebugOutputMask) << header;
-    }
-    auto c = Load("[logdefault]\n[Redirect]\nwritetologfile=T\n[100]\n[abc]\n[0]\n[]\n[130\n]x[7\ndll=a.dll\n"
-                  "[120abc]\ndll=b.dll\n[ 120 ]\nnotusedefaultdllpath=1\n[-1]\ndll=c.dll\ndll=[5]\n");
-    EXPECT_EQ(0x02u, c->defaultLogFileMask);
-    ASSERT_EQ(3u, c->configRecords.size());
-    EXPECT_STREQ("a.dll", c->configRecords.at(100).dll);
-    EXPECT_STREQ("b.dll", c->configRecords.at(120).dll);
-    EXPECT_EQ(1, c->configRecords.at(120).notUseDefaultDllPath);
-    EXPECT_STREQ("[5]", c->configRecords.at(0xFFFFFFFFu).dll);
-}
-
-TEST_F(ConfigFileTest, RecordKeysGoToTheLatestComponentSection)
-{
-    auto carried = Load("[100]\ndll=a.dll\n[logdefault]\ndll=b.dll\n[defaultvalue]\nnotusedefaultdllpath=1\n[200]\n");
-    EXPECT_STREQ("b.dll", carried->configRecords.at(100).dll);
-    EXPECT_EQ(1, carried->configRecords.at(100).notUseDefaultDllPath);
-    EXPECT_STREQ("", carried->configRecords.at(200).dll);
-
-    auto early = Load("dll=a.dll\noutputdebugstring=E\n[100]\n");
-    EXPECT_STREQ("a.dll", early->configRecords.at(100).dll);
-    EXPECT_EQ(0, early->configRecords.at(100).hasLogSetting);
-
-    auto repeated = Load("[100]\ndll=a.dll\n[200]\ndll=b.dll\n[100]\nwritetologfile=E\n");
-    EXPECT_STREQ("", repeated->configRecords.at(100).dll);
-    EXPECT_EQ(0x01u, repeated->configRecords.at(100).logFileMask);
-    EXPECT_EQ(1, repeated->configRecords.at(100).hasLogSetting);
-    EXPECT_STREQ("b.dll", repeated->configRecords.at(200).dll);
+    const std::string fits(259, 'a');
+    const std::pair<std::string, std::string> cases[] = {
+        // '#' marks no comment.
+        {"[100]\n  # [120]\ndll=x.dll\n####\n  #\t\n# comment\n# a=b\n#dll=y.dll\n", "default; 100; 120:x.dll"},
+        // Keys ignore case and blanks; values lose blanks and quotes at their ends.
+        {"[120]\nDLL = \"My Module.dll\" \n[121]\ndll=a=b\n[122]\ndll=keep.dll\n=dll=x.dll\n = y.dll\n"
+         "[123]\n \t dLl\t=\t\"\" \"in\"ner\"\"\t \n[124]\nunknown=1\njust text\n",
+         "default; 120:My Module.dll; 121:a=b; 122:keep.dll; 123:in\"ner; 124"},
+        // A byte order mark spoils only a key on the first line.
+        {bom + "dll=a.dll\n[100]\n", "default; 100"},
+        {bom + "[100]\ndll=a.dll\n", "default; 100:a.dll"},
+        // A header names the number its bracketed text starts with; zero, no number or no closing bracket name none.
+        {"[logdefault]\n[Redirect]\nwritetologfile=T\n[100]\n[abc]\n[0]\n[]\n[130\n]x[7\ndll=a.dll\n[120abc]\n"
+         "dll=b.dll\n[ 120 ]\nnotusedefaultdllpath=1\n[-1]\ndll=c.dll\ndll=[5]\n",
+         "default log=0/2; 100:a.dll; 120:b.dll nodefault; 4294967295:[5]"},
+        // Record keys go to the latest component section, even from another kind.
+        {"[100]\ndll=a.dll\n[logdefault]\ndll=b.dll\n[defaultvalue]\nnotusedefaultdllpath=1\n[200]\n",
+         "default; 100:b.dll nodefault; 200"},
+        {"dll=a.dll\noutputdebugstring=E\n[100]\n", "default; 100:a.dll"},
+        {"[100]\ndll=a.dll\n[200]\ndll=b.dll\n[100]\nwritetologfile=E\n", "default; 100 log=0/1; 200:b.dll"},
+        // Only a leading '1' switches the default directory off; the last value counts.
+        {"[1]\nnotusedefaultdllpath=1\n[2]\nnotusedefaultdllpath=10\n[3]\nnotusedefaultdllpath=true\n"
+         "[4]\nnotusedefaultdllpath=1\nnotusedefaultdllpath=0\n",
+         "default; 1 nodefault; 2 nodefault; 3; 4"},
+        // An overlong value is refused whole.
+        {"[1]\ndll=\" " + fits + " \"\n[2]\ndll=keep\ndll=" + fits + "b\n[3]\ndll=" + std::string(5000, 'c') + "\n",
+         "default; 1:" + fits + "; 2:keep; 3"},
+    };
+    for (const auto& [file, summary] : cases) EXPECT_EQ(summary, Summary(*Load(file))) << file;
 }
 
 TEST_F(ConfigFileTest, LogLettersMakeTheWholeMask)
@@ -180,12 +137,12 @@ TEST_F(ConfigFileTest, LogLettersMakeTheWholeMask)
     const std::pair<const char*, uint32_t> cases[] = {
         {"WE", 0x11}, {"none", 0x01}, {"0", 0}, {"off", 0}, {"etvdwc", 0x3F}, {"E, T or x", 0x03}};
     for (const auto& [value, mask] : cases) {
-        auto c = Load(std::string("[logdefault]\noutputdebugstring=") + value + "\n[7]\nwritetologfile=" + value);
+        auto c = Load(std::string("xx[LOGDEFAULT]yy\noutputdebugstring=") + value + "\n[7]\nwritetologfile=" + value);
         EXPECT_EQ(mask, c->defaultDebugOutputMask) << value;
         EXPECT_EQ(mask, c->configRecords.at(7).logFileMask) << value;
         EXPECT_EQ(0u, c->configRecords.at(7).debugOutputMask) << value;
     }
-    auto replaced = Load("[logdefault]\nwritetologfile=EW\nwritetologfile=T\n[7]\noutputdebugstring=EW\n"
+    auto replaced = Load("[LogDefault]\nwritetologfile=EW\nwritetologfile=T\n[7]\noutputdebugstring=EW\n"
                          "outputdebugstring=T\n");
     EXPECT_EQ(0x02u, replaced->defaultLogFileMask);
     EXPECT_EQ(0x02u, replaced->configRecords.at(7).debugOutputMask);
@@ -209,8 +166,7 @@ TEST_F(ConfigFileTest, ModulePathsResolveAgainstTheFileOrDllPath)
     EXPECT_STREQ("C:\\mods", Load("dllpath=C:\\mods")->dllPath);
     EXPECT_STREQ("\\srv\\mods", Load("dllpath=\\srv\\mods")->dllPath);
 
-    auto before = Load("defaultdll=x.dll\ndllpath=C:\\mods\n");
-    EXPECT_EQ(Dir() + "\\x.dll", std::string(before->defaultDllPath));
+    EXPECT_EQ(Dir() + "\\x.dll", std::string(Load("defaultdll=x.dll\ndllpath=C:\\mods\n")->defaultDllPath));
     EXPECT_STREQ("C:\\mods\\x.dll", Load("dllpath=C:\\mods\ndefaultdll=x.dll\n")->defaultDllPath);
     EXPECT_STREQ("C:\\mods\\x.dll", Load("dllpath=C:\\mods\\\ndefaultdll=x.dll\n")->defaultDllPath);
     EXPECT_STREQ("D:\\x.dll", Load("dllpath=C:\\mods\ndefaultdll=D:\\x.dll\n")->defaultDllPath);
@@ -221,56 +177,32 @@ TEST_F(ConfigFileTest, ScanListAndItsFlag)
     auto cleared = Load("dlls=a.dll,b.dll\ndlls=\n");
     EXPECT_STREQ("", cleared->dllList);
     EXPECT_EQ(1, cleared->hasDllList);
-    auto replaced = Load("dlls=a.dll\ndlls= \"c.dll, d.dll\" \n");
-    EXPECT_STREQ("c.dll, d.dll", replaced->dllList);
+    EXPECT_STREQ("c.dll, d.dll", Load("dlls=a.dll\ndlls= \"c.dll, d.dll\" \n")->dllList);
     EXPECT_EQ(0, Load("dlls=\n")->hasDllList);
 }
 
-TEST_F(ConfigFileTest, NotUseDefaultDllPathLooksAtTheFirstCharacter)
-{
-    auto c = Load("[1]\nnotusedefaultdllpath=1\n[2]\nnotusedefaultdllpath=10\n[3]\nnotusedefaultdllpath=true\n"
-                  "[4]\nnotusedefaultdllpath=1\nnotusedefaultdllpath=0\n");
-    EXPECT_EQ(1, c->configRecords.at(1).notUseDefaultDllPath);
-    EXPECT_EQ(1, c->configRecords.at(2).notUseDefaultDllPath);
-    EXPECT_EQ(0, c->configRecords.at(3).notUseDefaultDllPath);
-    EXPECT_EQ(0, c->configRecords.at(4).notUseDefaultDllPath);
-}
-
-TEST_F(ConfigFileTest, OverlongValuesAreRefusedWhole)
+TEST_F(ConfigFileTest, SettingsThatDoNotFitAreRefusedOrKeepTheirDocumentedRemainder)
 {
     const std::string fits(259, 'a');
-    const std::string over(260, 'b');
-    auto c = Load("[1]\ndll=\" " + fits + " \"\n[2]\ndll=keep\ndll=" + over + "\ndlls=" + fits.substr(1) +
-                  "\n[3]\ndll=" + std::string(5000, 'c') + "\ndllpath=C:\\" + std::string(256, 'p') +
-                  "\ndefaultdll=C:\\" + over + "\n");
-    EXPECT_EQ(fits, c->configRecords.at(1).dll);
-    EXPECT_STREQ("keep", c->configRecords.at(2).dll);
-    EXPECT_STREQ("", c->configRecords.at(3).dll);
+    auto c = Load("dlls=" + fits.substr(1) + "\ndllpath=C:\\" + std::string(256, 'p') + "\ndefaultdll=C:\\" + fits +
+                  "\n");
     EXPECT_EQ(fits.substr(1), c->dllList);
     EXPECT_EQ(259u, std::strlen(c->dllPath));
     EXPECT_STREQ("", c->defaultDllPath);
+    EXPECT_STREQ("x.dll", Load("dlls=x.dll\ndlls=" + fits + "\n")->dllList);
 
-    auto list = Load("dlls=x.dll\ndlls=" + fits + "\n");
-    EXPECT_STREQ("x.dll", list->dllList);
-}
-
-TEST_F(ConfigFileTest, PathsThatDoNotFitKeepTheirDocumentedRemainder)
-{
     const std::string name(250, 'n');
     EXPECT_EQ(Dir() + "\\", std::string(Load("dllpath=" + name)->dllPath));
-    auto cut = Load("defaultdll=" + name);
-    EXPECT_EQ((Dir() + "\\" + name).substr(0, 259), cut->defaultDllPath);
+    EXPECT_EQ((Dir() + "\\" + name).substr(0, 259), Load("defaultdll=" + name)->defaultDllPath);
 }
 
 TEST_F(ConfigFileTest, DoubleByteCharactersHideTheirTrailBytes)
 {
-    Testing::CodePageScope japanese(932);
+    CodePageScope japanese(932);
     ASSERT_TRUE(japanese.ok());
     // 0x81 0x5B and 0x83 0x45 are single characters whose trail bytes read '[' and 'E'.
-    auto c = Load("[100]\n\x81[5]\ndll=x.dll\n[logdefault]\noutputdebugstring=\x83\x45T\n");
-    ASSERT_EQ(1u, c->configRecords.size());
-    EXPECT_STREQ("x.dll", c->configRecords.at(100).dll);
-    EXPECT_EQ(0x02u, c->defaultDebugOutputMask);
+    EXPECT_EQ("default log=2/0; 100:x.dll",
+              Summary(*Load("[100]\n\x81[5]\ndll=x.dll\n[logdefault]\noutputdebugstring=\x83\x45T\n")));
 }
 
 TEST_F(ConfigFileTest, PreloadRunsAtItsLineWithTheDllPathOfThatLine)
@@ -296,4 +228,4 @@ TEST(ConfigRelativeFile, DirectoryIsTakenBelowTheRootPath)
 }
 
 }  // namespace
-}  // namespace Orvik
+}  // namespace Orvik::Testing

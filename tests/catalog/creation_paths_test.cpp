@@ -3,12 +3,12 @@
 // forgets modules without ever calling into one that is gone.
 
 #include <filesystem>
+#include <tuple>
 
 #include "module/module_runtime.h"
 #include "tests/catalog/provider_fixture.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
 using CatalogCreation = CatalogFixture;
@@ -30,14 +30,51 @@ std::string RegistryPathOf(IComponent* component)
     return path;
 }
 
-TEST_F(CatalogCreation, SectionDecidesEvenWhenItsModuleDoesNotLoad)
+TEST_F(CatalogCreation, FailedRequestsWriteTheirLinesAtEveryRequestAndTryNoOtherPath)
 {
-    Load("dlls=cat_first.dll\n[10]\ndll=missing.dll\n");
-    DebugCapture debug;
-    EXPECT_EQ(nullptr, Create(10));
-    EXPECT_EQ(nullptr, Create(10));
-    const std::string line = "[Orvik_Error] LoadLibrary Fail(" + Program("missing.dll") + "). ErrorCode(126)\n";
-    EXPECT_EQ((Lines{line, line}), debug.lines());
+    const std::string noFactory = "Orvik[Error]: Can't find the factory method of Component\n";
+    const std::string sectionLoad = "[Orvik_Error] LoadLibrary Fail(" + Program("missing.dll") + "). ErrorCode(126)\n";
+    const std::string noDefaultCreate = "[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n";
+    const struct {
+        std::string file;
+        std::vector<ComponentId> ids;
+        Lines lines;
+        const char* keptLoaded;  // released once afterwards
+    } cases[] = {
+        // The section decides even when its module does not load.
+        {"dlls=cat_first.dll\n[10]\ndll=missing.dll\n", {10, 10}, {sectionLoad, sectionLoad}, nullptr},
+        {"[50]\ndll=cat_nocreate.dll\n", {50},
+         {"[Orvik_Error] Can't find CreateComponent().\n", "[Orvik_Error] DLL:" + Program("cat_nocreate.dll") + "\n"},
+         "cat_nocreate.dll"},
+        // An id the scan does not know never reaches the default module.
+        {"dlls=cat_first.dll\ndefaultdll=cat_counter.dll\n", {1000},
+         {"[Orvik_Error] Can't find Component(1000) Creator From Dll List!\n"}, nullptr},
+        // A default module that does not load is reported once, with the last error when none is named.
+        {"", {10, 10}, {"[Orvik_Error] LoadLibrary() Fail. ErrorCode(1234)\n"}, nullptr},
+        {"defaultdll=missing.dll\n", {10, 10},
+         {"[Orvik_Error] LoadLibrary(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"}, nullptr},
+        {"defaultdll=cat_first.dll\n", {99},
+         {noFactory, "Orvik[Error]: ComponentID=99 CreatorID=361",
+          "[Orvik_Error] CreateComponent(ComponentId=99) return null.\n"},
+         "cat_first.dll"},
+        {"defaultdll=cat_nocreate.dll\n", {50, 50}, {noDefaultCreate, noDefaultCreate}, "cat_nocreate.dll"},
+        {"dlls=cat_second.dll,cat_nocreate.dll\n", {21, 50, 50},
+         {"Orvik[Error]:CreateComponent method return NULL.\n", "Orvik[Error]: ComponentID=21 CreatorID=361",
+          "[Orvik_Error] CreateComponent(ComponentId=21) return null.\n", "[Orvik_Error] InitOrvikModule Fail.\n",
+          "[Orvik_Error] InitOrvikModule Fail.\n"},
+         "cat_nocreate.dll"},
+    };
+    for (const auto& c : cases) {
+        Load(c.file);
+        Platform::SetLastErrorCode(1234);
+        DebugCapture debug;
+        for (ComponentId id : c.ids) EXPECT_EQ(nullptr, Create(id)) << c.file << id;
+        EXPECT_EQ(c.lines, debug.lines()) << c.file;
+        catalog_.reset();
+        if (c.keptLoaded == nullptr) continue;
+        EXPECT_NE(nullptr, Loaded(c.keptLoaded)) << c.file;
+        Platform::ReleaseModule(Loaded(c.keptLoaded));
+    }
 }
 
 TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
@@ -50,95 +87,21 @@ TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
     EXPECT_EQ(Program("sub\\x.dll"), catalog.configRecords.at(52).fullPath);
 }
 
-TEST_F(CatalogCreation, SectionModuleWithoutCreateComponentStaysLoaded)
+TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
 {
-    auto& catalog = Load("[50]\ndll=cat_nocreate.dll\n");
-    DebugCapture debug;
-    EXPECT_EQ(nullptr, Create(50));
-    EXPECT_EQ((Lines{"[Orvik_Error] Can't find CreateComponent().\n",
-                     "[Orvik_Error] DLL:" + Program("cat_nocreate.dll") + "\n"}),
-              debug.lines());
-    EXPECT_EQ(Loaded("cat_nocreate.dll"), catalog.configRecords.at(50).module);
-    catalog.FreeModule(catalog.configRecords.at(50).module);
-}
-
-TEST_F(CatalogCreation, IdUnknownToTheScanFailsWithoutTryingTheDefaultModule)
-{
-    Load("dlls=cat_first.dll\ndefaultdll=cat_counter.dll\n");
-    DebugCapture debug;
-    EXPECT_EQ(nullptr, Create(1000));
-    EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(1000) Creator From Dll List!\n"}, debug.lines());
-    EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
-}
-
-TEST_F(CatalogCreation, MissingDefaultModuleIsReportedOnceThenSilent)
-{
-    auto& unconfigured = Load("");
-    DebugCapture debug;
-    Platform::SetLastErrorCode(1234);
-    EXPECT_EQ(nullptr, Create(10));
-    EXPECT_EQ(nullptr, Create(10));
-    EXPECT_EQ(Platform::InvalidModule(), unconfigured.defaultDllModule);
-
-    Load("defaultdll=missing.dll\n");
-    EXPECT_EQ(nullptr, Create(10));
-    EXPECT_EQ(nullptr, Create(10));
-    EXPECT_EQ((Lines{"[Orvik_Error] LoadLibrary() Fail. ErrorCode(1234)\n",
-                     "[Orvik_Error] LoadLibrary(" + Program("missing.dll") + ") Fail. ErrorCode(126)\n"}),
-              debug.lines());
-}
-
-TEST_F(CatalogCreation, DefaultModuleCreatesAndItsFailuresAreReported)
-{
-    auto& catalog = Load("defaultdll=cat_first.dll\n");
+    Load("defaultdll=cat_first.dll\n");
     IComponent* component = Create(10);
     ASSERT_NE(nullptr, component);
     EXPECT_EQ(kFirstTag, Probe(component)->ModuleTag());
     EXPECT_EQ(configPath_, RegistryPathOf(component));
-    {
-        DebugCapture debug;
-        EXPECT_EQ(nullptr, Create(99));
-        EXPECT_EQ((Lines{"Orvik[Error]: Can't find the factory method of Component\n",
-                         "Orvik[Error]: ComponentID=99 CreatorID=361",
-                         "[Orvik_Error] CreateComponent(ComponentId=99) return null.\n"}),
-                  debug.lines());
-    }
     component->Release(0);
-    Platform::ReleaseModule(catalog.defaultDllModule);
-}
+    Platform::ReleaseModule(catalog_->defaultDllModule);
 
-TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
-{
-    auto& bare = Load("defaultdll=cat_noids.dll\n");
-    IComponent* component = Create(5);
-    ASSERT_NE(nullptr, component);
-    EXPECT_EQ(kNoIdsTag, Probe(component)->ModuleTag());
-    Platform::ReleaseModule(bare.defaultDllModule);
-
-    auto& catalog = Load("defaultdll=cat_nocreate.dll\n");
-    DebugCapture debug;
-    EXPECT_EQ(nullptr, Create(50));
-    EXPECT_EQ(nullptr, Create(50));
-    const std::string line = "[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n";
-    EXPECT_EQ((Lines{line, line}), debug.lines());
-    Platform::ReleaseModule(catalog.defaultDllModule);
-}
-
-TEST_F(CatalogCreation, ScannedProviderFailuresAreReportedAtEveryRequest)
-{
-    Load("dlls=cat_second.dll,cat_nocreate.dll\n");
-    DebugCapture debug;
-    EXPECT_EQ(nullptr, Create(21));
-    EXPECT_EQ(nullptr, Create(50));
-    EXPECT_EQ(nullptr, Create(50));
-    EXPECT_EQ((Lines{"Orvik[Error]:CreateComponent method return NULL.\n", "Orvik[Error]: ComponentID=21 CreatorID=361",
-                     "[Orvik_Error] CreateComponent(ComponentId=21) return null.\n",
-                     "[Orvik_Error] InitOrvikModule Fail.\n", "[Orvik_Error] InitOrvikModule Fail.\n"}),
-              debug.lines());
-    const Platform::ModuleHandle noCreate = Loaded("cat_nocreate.dll");
-    ASSERT_NE(nullptr, noCreate);
-    catalog_.reset();
-    Platform::ReleaseModule(noCreate);
+    Load("defaultdll=cat_noids.dll\n");
+    IComponent* bare = Create(5);
+    ASSERT_NE(nullptr, bare);
+    EXPECT_EQ(kNoIdsTag, Probe(bare)->ModuleTag());
+    Platform::ReleaseModule(catalog_->defaultDllModule);
 }
 
 TEST_F(CatalogCreation, ScannedModuleIsToldOncePerIdAndItsEntryPointCached)
@@ -235,14 +198,12 @@ TEST_F(CatalogLogSettings, SectionMasksWinWhenTheSectionSetsAnyLogKey)
 {
     auto& catalog = Load("[logdefault]\noutputdebugstring=WE\nwritetologfile=T\nMaxFileCount=3\nMaxFileSize=10\n"
                          "[120]\nwritetologfile=E\n[130]\ndll=x.dll\n");
-    uint32_t debugMask = 99, fileMask = 99;
-    catalog.GetLogSetting(120, &debugMask, &fileMask);
-    EXPECT_EQ(0u, debugMask);
-    EXPECT_EQ(0x01u, fileMask);
-    for (ComponentId id : {130, 999}) {
+    for (const auto& [id, debugExpected, fileExpected] :
+         {std::tuple{120u, 0u, 0x01u}, {130u, 0x11u, 0x02u}, {999u, 0x11u, 0x02u}}) {
+        uint32_t debugMask = 99, fileMask = 99;
         catalog.GetLogSetting(id, &debugMask, &fileMask);
-        EXPECT_EQ(0x11u, debugMask);
-        EXPECT_EQ(0x02u, fileMask);
+        EXPECT_EQ(debugExpected, debugMask) << id;
+        EXPECT_EQ(fileExpected, fileMask) << id;
     }
     uint32_t count = 0, size = 0;
     catalog.GetLogFileLimits(&count, &size);
@@ -251,5 +212,4 @@ TEST_F(CatalogLogSettings, SectionMasksWinWhenTheSectionSetsAnyLogKey)
 }
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -2,12 +2,10 @@
 // names that failed, preloads dependent modules and frees what it loaded.
 
 #include <cstring>
-#include <filesystem>
 
 #include "tests/catalog/provider_fixture.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
 using CatalogScan = CatalogFixture;
@@ -91,16 +89,13 @@ TEST_F(CatalogScan, ScanGoesOnWhereANestedScanLeftTheList)
     Platform::ReleaseModule(Loaded("cat_reenter.dll"));
 }
 
-TEST_F(CatalogScan, ModuleNamedTwiceIsLoadedAndListedTwice)
+TEST_F(CatalogScan, NameTwiceLoadsTwiceAnEmptyItemEndsTheScanAndATabStaysInTheName)
 {
-    auto& catalog = Load("dlls=cat_first.dll,cat_first.dll\n");
-    catalog.ScanDllList();
-    EXPECT_EQ(2u, catalog.dllListModules.size());
-    EXPECT_EQ(catalog.dllListModules.front(), catalog.dllListModules.back());
-}
+    auto& twice = Load("dlls=cat_first.dll,cat_first.dll\n");
+    twice.ScanDllList();
+    EXPECT_EQ(2u, twice.dllListModules.size());
+    EXPECT_EQ(twice.dllListModules.front(), twice.dllListModules.back());
 
-TEST_F(CatalogScan, EmptyItemEndsTheScanAndATabStaysInTheName)
-{
     auto& catalog = Load("dlls=cat_first.dll,,cat_second.dll\n");
     catalog.ScanDllList();
     EXPECT_EQ(1u, catalog.dllListModules.size());
@@ -238,5 +233,4 @@ TEST_F(CatalogDestruction, LeavesTheDefaultModuleLoaded)
 }
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

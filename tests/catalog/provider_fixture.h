@@ -18,8 +18,7 @@
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 using Lines = std::vector<std::string>;
 
@@ -76,5 +75,4 @@ protected:
     std::unique_ptr<CComponentClassInfoList> catalog_;
 };
 
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

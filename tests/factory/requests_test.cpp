@@ -6,8 +6,7 @@
 
 #include "tests/factory/factory_fixture.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
 enum class Place { OrvikIni, SecondFile };
@@ -100,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Configurations, Requests, ::testing::Values(Place::Orvi
                              return place.param == Place::OrvikIni ? "OrvikIni" : "SecondFile";
                          });
 
-class RegisteredInstance : public FactoryTest {};
+using RegisteredInstance = FactoryTest;
 
 TEST_F(RegisteredInstance, IsReturnedForEveryConfiguration)
 {
@@ -125,5 +124,4 @@ TEST_F(RegisteredInstance, IsReturnedForEveryConfiguration)
 }
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

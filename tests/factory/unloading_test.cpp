@@ -8,11 +8,10 @@
 #include "platform/thread_timer.h"
 #include "tests/factory/factory_fixture.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
-class Unloading : public FactoryTest {};
+using Unloading = FactoryTest;
 
 TEST_F(Unloading, IdleModulesGoAtATickOnlyWhileMessagesAreDispatched)
 {
@@ -60,7 +59,7 @@ TEST_F(Unloading, TryUnloadModuleNeedsTheModulesConsent)
     EXPECT_EQ(debug_.Take(), Lines{});
 }
 
-class Shutdown : public FactoryTest {};
+using Shutdown = FactoryTest;
 
 TEST_F(Shutdown, ReleaseZeroLeavesTheFactoryAlive)
 {
@@ -111,5 +110,4 @@ TEST_F(Shutdown, NextFactoryUnloadsIdleModulesToo)
 }
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

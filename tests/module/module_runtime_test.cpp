@@ -3,28 +3,28 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "module/module_exports.h"
-#include "platform/debug_output.h"
 #include "tests/module/modules/test_probe.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
 
-namespace Orvik {
+namespace Orvik::Testing {
 namespace {
 
-using Testing::ITestProbe;
+using Lines = std::vector<std::string>;
 
 // A loaded component module and its exports.
 class LoadedModule {
 public:
     explicit LoadedModule(const char* name)
-        : handle_(Platform::LoadModule((Testing::ProgramDirectory() + "\\" + name).c_str()))
+        : handle_(Platform::LoadModule((ProgramDirectory() + "\\" + name).c_str()))
     {
     }
     ~LoadedModule() { Unload(); }
@@ -48,8 +48,6 @@ public:
         return static_cast<ITestProbe*>(Get<CreateComponentExport>("CreateComponent")(id, creator));
     }
     int32_t CanUnloadNow() const { return Get<OrvikDllCanUnloadNowExport>("OrvikDllCanUnloadNow")(); }
-    void FreeMap() const { Get<OrvikDllFreeMapExport>("OrvikDllFreeMap")(); }
-    void SetDllSafe(int32_t flag) const { Get<OrvikSetDllSafeExport>("OrvikSetDllSafe")(flag); }
     void SetRegistry(const char* path) const { Get<SetDllRegistryExport>("SetDLLRegistry")(path); }
     int32_t ComponentIds(uint32_t* ids, int32_t max) const
     {
@@ -59,8 +57,6 @@ public:
 private:
     Platform::ModuleHandle handle_;
 };
-
-using Testing::DebugCapture;
 
 class ModuleRuntime : public ::testing::Test {
 protected:
@@ -79,9 +75,6 @@ TEST_F(ModuleRuntime, CreatesByIdRecordsAndReleases)
     EXPECT_EQ(alpha_.CanUnloadNow(), 0);
 
     const int32_t uninitialised = probe->UninitializeCount();
-    probe->Reserved1();
-    probe->Reserved2();
-    probe->Reserved3();
     probe->Release(0);
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
     ITestProbe* witness = alpha_.Create(201);
@@ -94,21 +87,18 @@ TEST_F(ModuleRuntime, ReportsUnknownIdsAndFailingCreators)
     DebugCapture capture;
     EXPECT_EQ(alpha_.Create(999, 7), nullptr);
     EXPECT_EQ(alpha_.Create(204, 361), nullptr);
-    EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                   "Orvik[Error]: Can't find the factory method of Component\n",
-                                   "Orvik[Error]: ComponentID=999 CreatorID=7",
-                                   "Orvik[Error]:CreateComponent method return NULL.\n",
-                                   "Orvik[Error]: ComponentID=204 CreatorID=361",
-                               }));
+    EXPECT_EQ(capture.lines(), (Lines{"Orvik[Error]: Can't find the factory method of Component\n",
+                                      "Orvik[Error]: ComponentID=999 CreatorID=7",
+                                      "Orvik[Error]:CreateComponent method return NULL.\n",
+                                      "Orvik[Error]: ComponentID=204 CreatorID=361"}));
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
 }
 
 TEST_F(ModuleRuntime, SingletonIsOneLiveObjectAndIsRemadeAfterItsDeath)
 {
     ITestProbe* first = alpha_.Create(202, 361);
-    ITestProbe* second = alpha_.Create(202, 0);
     ASSERT_NE(first, nullptr);
-    EXPECT_EQ(first, second);
+    EXPECT_EQ(alpha_.Create(202, 0), first);
     first->Release(0);
     EXPECT_EQ(alpha_.CanUnloadNow(), 1) << "one entry for the address";
 
@@ -119,41 +109,29 @@ TEST_F(ModuleRuntime, SingletonIsOneLiveObjectAndIsRemadeAfterItsDeath)
     remade->Release(0);
 }
 
-TEST_F(ModuleRuntime, ComponentNeedingForceIgnoresReleaseZero)
+TEST_F(ModuleRuntime, ReleaseRulesForForcedHeldAndUnsafeComponents)
 {
     ITestProbe* forced = alpha_.Create(203);
     ASSERT_NE(forced, nullptr);
     const int32_t uninitialised = forced->UninitializeCount();
     forced->Release(0);
-    EXPECT_EQ(alpha_.CanUnloadNow(), 0);
+    EXPECT_EQ(alpha_.CanUnloadNow(), 0) << "a component needing force ignores Release(0)";
     EXPECT_EQ(forced->UninitializeCount(), uninitialised) << "not even finalised";
     forced->Release(1);
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
-}
 
-TEST_F(ModuleRuntime, NothingHappensWhileTheModuleIsNotDllSafe)
-{
     ITestProbe* probe = alpha_.Create(201);
-    const int32_t uninitialised = probe->UninitializeCount();
-    alpha_.SetDllSafe(0);
+    alpha_.Get<OrvikSetDllSafeExport>("OrvikSetDllSafe")(0);
     probe->Release(1);
-    EXPECT_EQ(alpha_.CanUnloadNow(), 0);
-    EXPECT_EQ(probe->UninitializeCount(), uninitialised);
-    alpha_.SetDllSafe(1);
-    probe->Release(0);
-    EXPECT_EQ(alpha_.CanUnloadNow(), 1);
-}
-
-TEST_F(ModuleRuntime, HeldComponentIsFinalisedOnceAndKeptUntilLetGo)
-{
-    ITestProbe* probe = alpha_.Create(201);
-    probe->SetHoldValue(1);
-    const int32_t uninitialised = probe->UninitializeCount();
-    probe->Release(0);
+    EXPECT_EQ(alpha_.CanUnloadNow(), 0) << "nothing happens while the module is not safe";
     EXPECT_EQ(probe->UninitializeCount(), uninitialised + 1);
+    alpha_.Get<OrvikSetDllSafeExport>("OrvikSetDllSafe")(1);
+
+    probe->SetHoldValue(1);
     probe->Release(0);
-    EXPECT_EQ(probe->UninitializeCount(), uninitialised + 1) << "finalised only once";
-    EXPECT_EQ(alpha_.CanUnloadNow(), 0);
+    probe->Release(0);
+    EXPECT_EQ(probe->UninitializeCount(), uninitialised + 2) << "a held component is finalised once";
+    EXPECT_EQ(alpha_.CanUnloadNow(), 0) << "and kept until let go";
     probe->SetHoldValue(0);
     probe->Release(0);
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
@@ -167,7 +145,7 @@ TEST_F(ModuleRuntime, FreeMapReleasesOnlyMarkedComponents)
     marked->SetAutoRelease(1);
     forced->SetAutoRelease(1);
     EXPECT_EQ(marked->GetAutoRelease(), 1u);
-    alpha_.FreeMap();
+    alpha_.Get<OrvikDllFreeMapExport>("OrvikDllFreeMap")();
 
     // The marked one is gone; the forced one ignored Release(0) and stays.
     unmarked->Release(0);
@@ -176,39 +154,36 @@ TEST_F(ModuleRuntime, FreeMapReleasesOnlyMarkedComponents)
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
 }
 
-TEST_F(ModuleRuntime, RegistryPathAndConfigPath)
+TEST_F(ModuleRuntime, ConfigPathIsTheGivenOneOrTheRegistryPath)
 {
     ITestProbe* probe = alpha_.Create(201);
-    char buffer[300];
-    const std::string fits(259, 'p');
-    alpha_.SetRegistry(fits.c_str());
-    probe->CopyConfigPath("", buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), fits);
-    probe->CopyConfigPath(nullptr, buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), fits);
-
-    alpha_.SetRegistry(std::string(260, 'q').c_str());
-    probe->CopyConfigPath("", buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), "");
-
-    alpha_.SetRegistry("cfg\\game.ini");
-    probe->CopyConfigPath("other.ini", buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), "other.ini");
+    const std::string fits(259, 'p'), over(260, 'q');
+    const struct {
+        const char* registry;
+        const char* path;
+        std::string expected;
+    } cases[] = {{fits.c_str(), "", fits},
+                 {fits.c_str(), nullptr, fits},
+                 {over.c_str(), "", ""},  // a registry path that does not fit is left empty
+                 {"cfg\\game.ini", "other.ini", "other.ini"},
+                 {nullptr, "", ""}};
+    for (const auto& c : cases) {
+        alpha_.SetRegistry(c.registry);
+        char buffer[300] = "old";
+        probe->CopyConfigPath(c.path, buffer, sizeof buffer);
+        EXPECT_EQ(buffer, c.expected) << (c.registry != nullptr ? std::strlen(c.registry) : 0);
+    }
 
     // A buffer too small is left empty; nothing is written past it.
-    char small[8];
-    std::fill(std::begin(small), std::end(small), 'x');
+    alpha_.SetRegistry("cfg\\game.ini");
+    char small[8] = "xxxxxxx";
     probe->CopyConfigPath("", small, 5);
     EXPECT_EQ(small[0], '\0');
-    EXPECT_EQ(std::string(small + 5, 3), "xxx");
-    std::fill(std::begin(small), std::end(small), 'x');
+    EXPECT_STREQ(small + 5, "xx");
+    std::strcpy(small, "xxxxxxx");
     probe->CopyConfigPath("", small, 0);
     probe->CopyConfigPath("", nullptr, 8);
-    EXPECT_EQ(std::string(small, 8), "xxxxxxxx");
-
-    alpha_.SetRegistry(nullptr);
-    probe->CopyConfigPath("", buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), "");
+    EXPECT_STREQ(small, "xxxxxxx");
     probe->Release(0);
 }
 
@@ -239,20 +214,18 @@ TEST(ModuleRuntimeTables, CreatorTableHolds512Entries)
 {
     LoadedModule crowded("crowded.dll");
     ASSERT_NE(crowded.handle(), nullptr);
-    std::vector<uint32_t> ids(600, 0xEEEEEEEEu);
-    EXPECT_EQ(crowded.ComponentIds(ids.data(), 600), 512) << "513th, zero id and null creator dropped";
-    EXPECT_EQ(ids[0], 1u);
-    EXPECT_EQ(ids[511], 512u);
-    EXPECT_EQ(ids[512], 0xEEEEEEEEu);
-
-    std::fill(ids.begin(), ids.end(), 0xEEEEEEEEu);
-    EXPECT_EQ(crowded.ComponentIds(ids.data(), 3), 512);
-    EXPECT_EQ(ids[2], 3u);
-    EXPECT_EQ(ids[3], 0xEEEEEEEEu);
-    std::fill(ids.begin(), ids.end(), 0xEEEEEEEEu);
-    EXPECT_EQ(crowded.ComponentIds(ids.data(), 0), 512);
-    EXPECT_EQ(crowded.ComponentIds(ids.data(), -1), 512);
-    EXPECT_EQ(ids[0], 0xEEEEEEEEu);
+    auto idsFor = [&](int32_t max) {
+        std::vector<uint32_t> ids(600, 0xEEEEEEEEu);
+        EXPECT_EQ(crowded.ComponentIds(ids.data(), max), 512) << max;
+        return ids;
+    };
+    std::vector<uint32_t> expected(600, 0xEEEEEEEEu);
+    std::iota(expected.begin(), expected.begin() + 512, 1u);
+    EXPECT_EQ(idsFor(600), expected) << "the 513th, a zero id and a null creator are dropped";
+    std::fill(expected.begin() + 3, expected.end(), 0xEEEEEEEEu);
+    EXPECT_EQ(idsFor(3), expected);
+    EXPECT_EQ(idsFor(0), std::vector<uint32_t>(600, 0xEEEEEEEEu));
+    EXPECT_EQ(idsFor(-1), std::vector<uint32_t>(600, 0xEEEEEEEEu));
 
     ITestProbe* last = crowded.Create(512);
     ASSERT_NE(last, nullptr);
@@ -277,7 +250,7 @@ TEST(ModuleRuntimeTables, TwoModulesKeepTheirOwnTablesAndMaps)
     crowded.SetRegistry("crowded.ini");
     char buffer[260];
     probe->CopyConfigPath("", buffer, sizeof buffer);
-    EXPECT_EQ(std::string(buffer), "alpha.ini");
+    EXPECT_STREQ(buffer, "alpha.ini");
     probe->Release(0);
 }
 
@@ -297,24 +270,17 @@ TEST(ModuleRuntimeLeaks, DetachReportsLiveComponentsInAddressOrder)
 {
     LoadedModule alpha("alpha.dll");
     ASSERT_NE(alpha.handle(), nullptr);
-    IComponent* first = alpha.Create(201, 361);
-    IComponent* second = alpha.Create(203, 0);
-    g_leakedOnPurpose[0] = first;
-    g_leakedOnPurpose[1] = second;
-    const bool firstIsLower = first < second;
+    IComponent* first = g_leakedOnPurpose[0] = alpha.Create(201, 361);
+    IComponent* second = g_leakedOnPurpose[1] = alpha.Create(203, 0);
+    std::string lines[] = {LeakLine(201, 361, first), LeakLine(203, 0, second)};
+    if (second < first) std::swap(lines[0], lines[1]);
 
     DebugCapture capture;
     alpha.Unload();
     ASSERT_EQ(Platform::FindLoadedModule("alpha.dll"), nullptr) << "the module must really be gone";
-    const std::string separator =
-        "Orvik[Error]:=================================================================\n";
-    std::vector<std::string> expected = {separator, "Orvik[Error]:Found leak Orvik components. Count:2\n"};
-    const std::string firstLine = LeakLine(201, 361, first);
-    const std::string secondLine = LeakLine(203, 0, second);
-    expected.push_back(firstIsLower ? firstLine : secondLine);
-    expected.push_back(firstIsLower ? secondLine : firstLine);
-    expected.push_back(separator);
-    EXPECT_EQ(capture.lines(), expected);
+    const std::string separator = "Orvik[Error]:=================================================================\n";
+    EXPECT_EQ(capture.lines(),
+              (Lines{separator, "Orvik[Error]:Found leak Orvik components. Count:2\n", lines[0], lines[1], separator}));
 }
 
 TEST(ModuleRuntimeLeaks, CleanModuleWritesNothingAtDetach)
@@ -327,4 +293,4 @@ TEST(ModuleRuntimeLeaks, CleanModuleWritesNothingAtDetach)
 }
 
 }  // namespace
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <set>
 #include <string>
 
@@ -14,7 +16,6 @@ namespace Orvik {
 namespace {
 
 using Platform::FileHandle;
-using Testing::ScratchDirectory;
 
 std::string ReadAll(const std::string& path)
 {
@@ -37,10 +38,40 @@ void WriteAll(const std::string& path, const std::string& text)
     EXPECT_TRUE(Platform::CloseFile(file));
 }
 
-TEST(FileSystem, CreateAlwaysWritesAndEmptiesAnExistingFile)
+// The error number a call left when it failed; kErrorSuccess when it did not.
+uint32_t ErrorIf(bool failed) { return failed ? Platform::GetLastErrorCode() : Platform::kErrorSuccess; }
+
+// Every entry a search lists, by name; the search must end on "no more files".
+std::map<std::string, Platform::FindData> List(const std::string& pattern)
 {
-    ScratchDirectory scratch("files_create");
-    const std::string path = scratch.Framework("a.log");
+    std::map<std::string, Platform::FindData> entries;
+    Platform::FindData data;
+    Platform::FindHandle find = Platform::FindFirstEntry(pattern.c_str(), &data);
+    if (find == Platform::InvalidFileHandle()) return entries;
+    do {
+        entries[data.name] = data;
+    } while (Platform::FindNextEntry(find, &data));
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorNoMoreFiles);
+    Platform::CloseFind(find);
+    return entries;
+}
+
+std::set<std::string> Names(const std::map<std::string, Platform::FindData>& entries)
+{
+    std::set<std::string> names;
+    for (const auto& entry : entries) names.insert(entry.first);
+    return names;
+}
+
+class FileSystem : public ::testing::Test {
+protected:
+    std::string At(const std::string& name = std::string()) const { return scratch_.Framework(name); }
+    Testing::ScratchDirectory scratch_{"files"};
+};
+
+TEST_F(FileSystem, CreateAlwaysWritesAndEmptiesAnExistingFile)
+{
+    const std::string path = At("a.log");
     WriteAll(path, "first line\n");
     EXPECT_EQ(ReadAll(path), "first line\n");
     WriteAll(path, "new");
@@ -50,90 +81,61 @@ TEST(FileSystem, CreateAlwaysWritesAndEmptiesAnExistingFile)
     EXPECT_FALSE(Platform::PathIsPresent(path.c_str()));
 }
 
-TEST(FileSystem, FailuresGiveWindowsErrorNumbers)
+TEST_F(FileSystem, MakesOneDirectoryLevel)
 {
-    ScratchDirectory scratch("files_errors");
-    EXPECT_EQ(Platform::OpenFileForReading(scratch.Framework("missing.ini").c_str()), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorFileNotFound);
-    EXPECT_EQ(Platform::OpenFileForReading(scratch.Framework("no\\missing.ini").c_str()), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorPathNotFound);
-    EXPECT_EQ(Platform::OpenFileForReading(scratch.Framework().c_str()), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorAccessDenied);
-    EXPECT_EQ(Platform::CreateFileForWriting(scratch.Framework("no\\x.log").c_str()), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorPathNotFound);
-
-    EXPECT_FALSE(Platform::RemoveFile(scratch.Framework("missing.txt").c_str()));
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorFileNotFound);
-    EXPECT_FALSE(Platform::RemoveFile(scratch.Framework().c_str()));
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorAccessDenied);
+    EXPECT_TRUE(Platform::MakeDirectory(At("OrvikLog").c_str()));
+    EXPECT_TRUE(Platform::PathIsPresent(At("OrvikLog").c_str()));
+    EXPECT_EQ(ErrorIf(!Platform::MakeDirectory(At("OrvikLog").c_str())), Platform::kErrorAlreadyExists);
+    EXPECT_EQ(ErrorIf(!Platform::MakeDirectory(At("a\\b").c_str())), Platform::kErrorPathNotFound);
 }
 
-TEST(FileSystem, MakesOneDirectoryLevel)
+TEST_F(FileSystem, FailuresGiveWindowsErrorNumbers)
 {
-    ScratchDirectory scratch("files_mkdir");
-    const std::string directory = scratch.Framework("OrvikLog");
-    EXPECT_TRUE(Platform::MakeDirectory(directory.c_str()));
-    EXPECT_TRUE(Platform::PathIsPresent(directory.c_str()));
-    EXPECT_FALSE(Platform::MakeDirectory(directory.c_str()));
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorAlreadyExists);
-    EXPECT_FALSE(Platform::MakeDirectory(scratch.Framework("a\\b").c_str()));
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorPathNotFound);
-}
-
-std::set<std::string> ListNames(const std::string& pattern, uint32_t* directories = nullptr)
-{
-    std::set<std::string> names;
-    Platform::FindData data;
-    Platform::FindHandle find = Platform::FindFirstEntry(pattern.c_str(), &data);
-    if (find == Platform::InvalidFileHandle()) return names;
-    do {
-        names.insert(data.name);
-        if (directories != nullptr && (data.attributes & Platform::kFileAttributeDirectory)) ++*directories;
-    } while (Platform::FindNextEntry(find, &data));
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorNoMoreFiles);
-    Platform::CloseFind(find);
-    return names;
-}
-
-TEST(FileSystem, ListsDirectoriesWithWildcardsIgnoringCase)
-{
-    ScratchDirectory scratch("files_list");
-    for (const char* name : {"b.log", "a.LOG", "c.txt", "d.log.bak"}) std::ofstream(scratch.native() / name) << name;
-    std::filesystem::create_directory(scratch.native() / "sub.log");
-
-    uint32_t directories = 0;
-    EXPECT_EQ(ListNames(scratch.Framework("*"), &directories),
-              (std::set<std::string>{".", "..", "a.LOG", "b.log", "c.txt", "d.log.bak", "sub.log"}));
-    EXPECT_EQ(directories, 3u);
-    EXPECT_EQ(ListNames(scratch.Framework("*.log")), (std::set<std::string>{"a.LOG", "b.log", "sub.log"}));
-    EXPECT_EQ(ListNames(scratch.Framework("?.txt")), (std::set<std::string>{"c.txt"}));
+    auto openFails = [](const std::string& path) {
+        return Platform::OpenFileForReading(path.c_str()) == Platform::InvalidFileHandle();
+    };
+    EXPECT_EQ(ErrorIf(openFails(At("missing.ini"))), Platform::kErrorFileNotFound);
+    EXPECT_EQ(ErrorIf(openFails(At("no\\missing.ini"))), Platform::kErrorPathNotFound);
+    EXPECT_EQ(ErrorIf(openFails(At())), Platform::kErrorAccessDenied);
+    EXPECT_EQ(ErrorIf(Platform::CreateFileForWriting(At("no\\x.log").c_str()) == Platform::InvalidFileHandle()),
+              Platform::kErrorPathNotFound);
+    EXPECT_EQ(ErrorIf(!Platform::RemoveFile(At("missing.txt").c_str())), Platform::kErrorFileNotFound);
+    EXPECT_EQ(ErrorIf(!Platform::RemoveFile(At().c_str())), Platform::kErrorAccessDenied);
 
     Platform::FindData data;
-    EXPECT_EQ(Platform::FindFirstEntry(scratch.Framework("*.none").c_str(), &data), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorFileNotFound);
-    EXPECT_EQ(Platform::FindFirstEntry(scratch.Framework("missing\\*").c_str(), &data), Platform::InvalidFileHandle());
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorPathNotFound);
+    auto findFails = [&](const char* pattern) {
+        return Platform::FindFirstEntry(At(pattern).c_str(), &data) == Platform::InvalidFileHandle();
+    };
+    EXPECT_EQ(ErrorIf(findFails("*.none")), Platform::kErrorFileNotFound);
+    EXPECT_EQ(ErrorIf(findFails("missing\\*")), Platform::kErrorPathNotFound);
 }
 
-TEST(FileSystem, ListingCarriesLastWriteTimesInOrder)
+TEST_F(FileSystem, ListsDirectoriesWithWildcardsIgnoringCase)
 {
-    ScratchDirectory scratch("files_times");
+    for (const char* name : {"b.log", "a.LOG", "c.txt", "d.log.bak"}) std::ofstream(scratch_.native() / name) << name;
+    std::filesystem::create_directory(scratch_.native() / "sub.log");
+
+    const auto all = List(At("*"));
+    EXPECT_EQ(Names(all), (std::set<std::string>{".", "..", "a.LOG", "b.log", "c.txt", "d.log.bak", "sub.log"}));
+    EXPECT_EQ(3, std::count_if(all.begin(), all.end(), [](const auto& entry) {
+                  return (entry.second.attributes & Platform::kFileAttributeDirectory) != 0;
+              }));
+    EXPECT_EQ(Names(List(At("*.log"))), (std::set<std::string>{"a.LOG", "b.log", "sub.log"}));
+    EXPECT_EQ(Names(List(At("?.txt"))), (std::set<std::string>{"c.txt"}));
+}
+
+TEST_F(FileSystem, ListingCarriesSizesAndLastWriteTimesInOrder)
+{
     const auto now = std::filesystem::file_time_type::clock::now();
-    std::ofstream(scratch.native() / "old.log") << "o";
-    std::ofstream(scratch.native() / "new.log") << "n";
-    std::filesystem::last_write_time(scratch.native() / "old.log", now - std::chrono::hours(2));
-    std::filesystem::last_write_time(scratch.native() / "new.log", now - std::chrono::hours(1));
+    for (const char* name : {"old.log", "new.log"}) std::ofstream(scratch_.native() / name) << "x";
+    std::filesystem::last_write_time(scratch_.native() / "old.log", now - std::chrono::hours(2));
+    std::filesystem::last_write_time(scratch_.native() / "new.log", now - std::chrono::hours(1));
 
-    Platform::FileTime oldTime = {}, newTime = {};
-    Platform::FindData data;
-    Platform::FindHandle find = Platform::FindFirstEntry(scratch.Framework("*.log").c_str(), &data);
-    ASSERT_NE(find, Platform::InvalidFileHandle());
-    do {
-        (std::string(data.name) == "old.log" ? oldTime : newTime) = data.lastWriteTime;
-        EXPECT_EQ(data.sizeLow, 1u);
-    } while (Platform::FindNextEntry(find, &data));
-    Platform::CloseFind(find);
-
+    const auto entries = List(At("*.log"));
+    ASSERT_EQ(Names(entries), (std::set<std::string>{"new.log", "old.log"}));
+    const Platform::FileTime oldTime = entries.at("old.log").lastWriteTime;
+    const Platform::FileTime newTime = entries.at("new.log").lastWriteTime;
+    EXPECT_EQ(entries.at("old.log").sizeLow, 1u);
     EXPECT_EQ(Platform::CompareFileTimes(&newTime, &oldTime), 1);
     EXPECT_EQ(Platform::CompareFileTimes(&oldTime, &newTime), -1);
     EXPECT_EQ(Platform::CompareFileTimes(&oldTime, &oldTime), 0);

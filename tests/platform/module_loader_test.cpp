@@ -22,34 +22,25 @@ Function Export(ModuleHandle module, const char* name)
 
 std::string ProbePath(const char* name) { return ProgramDirectory() + "\\" + name; }
 
-TEST(ModuleLoader, LoadsByPathAndByBareNameSharingOneHandle)
+TEST(ModuleLoader, LoadsByPathOrBareNameAndFindsModulesIgnoringCase)
 {
     ModuleHandle byPath = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
     ASSERT_NE(byPath, nullptr);
     ModuleHandle byName = Platform::LoadModule("probe_a");  // ".dll" is added
     EXPECT_EQ(byName, byPath);
-
     // The module's own view of its handle is the one loading returned.
     auto selfHandle = Export<void* (*)()>(byPath, "ProbeSelfHandle");
     ASSERT_NE(selfHandle, nullptr);
     EXPECT_EQ(selfHandle(), byPath);
 
-    EXPECT_TRUE(Platform::ReleaseModule(byName));
-    EXPECT_TRUE(Platform::ReleaseModule(byPath));
-}
-
-TEST(ModuleLoader, FindsLoadedModulesByNameIgnoringCase)
-{
-    ModuleHandle module = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
-    ASSERT_NE(module, nullptr);
-    EXPECT_EQ(Platform::FindLoadedModule("probe_a.dll"), module);
-    EXPECT_EQ(Platform::FindLoadedModule("PROBE_A.DLL"), module);
-    EXPECT_EQ(Platform::FindLoadedModule("Probe_A"), module);
-    EXPECT_EQ(Platform::FindLoadedModule(ProbePath("probe_a.dll").c_str()), module);
+    for (const std::string& name : {std::string("PROBE_A.DLL"), std::string("Probe_A"), ProbePath("probe_a.dll")}) {
+        EXPECT_EQ(Platform::FindLoadedModule(name.c_str()), byPath) << name;
+    }
     EXPECT_EQ(Platform::FindLoadedModule("probe_a.so"), nullptr);
     EXPECT_EQ(Platform::FindLoadedModule("robe_a.dll"), nullptr);
     EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-    Platform::ReleaseModule(module);
+    EXPECT_TRUE(Platform::ReleaseModule(byName));
+    EXPECT_TRUE(Platform::ReleaseModule(byPath));
 }
 
 TEST(ModuleLoader, NamesModulesWithBackslashPaths)
@@ -59,23 +50,19 @@ TEST(ModuleLoader, NamesModulesWithBackslashPaths)
     const std::string program(path);
     EXPECT_EQ(program.find('/'), std::string::npos) << program;
     EXPECT_NE(program.find("platform_tests"), std::string::npos) << program;
-    EXPECT_EQ(Platform::FindLoadedModule(nullptr), Platform::FindLoadedModule(nullptr));
-    char mainPath[Platform::kMaxPath] = {};
-    Platform::GetModuleFilePath(Platform::FindLoadedModule(nullptr), mainPath, sizeof mainPath);
-    EXPECT_STREQ(mainPath, path);
+    Platform::GetModuleFilePath(Platform::FindLoadedModule(nullptr), path, sizeof path);
+    EXPECT_EQ(program, path);
 
     ModuleHandle module = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
     ASSERT_NE(module, nullptr);
-    const uint32_t length = Platform::GetModuleFilePath(module, path, sizeof path);
+    EXPECT_EQ(Platform::GetModuleFilePath(module, path, sizeof path), ProbePath("probe_a.dll").size());
     EXPECT_EQ(std::string(path), ProbePath("probe_a.dll"));
-    EXPECT_EQ(length, std::strlen(path));
 
     // A cut path is terminated and reports the buffer's size.
     char small[6];
     std::memset(small, 'x', sizeof small);
     EXPECT_EQ(Platform::GetModuleFilePath(module, small, sizeof small), sizeof small);
-    EXPECT_EQ(small[5], '\0');
-    EXPECT_EQ(std::string(small), ProbePath("probe_a.dll").substr(0, 5));
+    EXPECT_EQ(std::string(small, sizeof small), ProbePath("probe_a.dll").substr(0, 5) + '\0');
     Platform::ReleaseModule(module);
 }
 
@@ -94,6 +81,10 @@ TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), first);  // one reference left
     EXPECT_TRUE(Platform::ReleaseModule(first));
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
+    // Its handle names no module any more.
+    EXPECT_EQ(Platform::FindExport(first, "ProbeCountCall"), nullptr);
+    EXPECT_FALSE(Platform::ReleaseModule(first));
+    EXPECT_EQ(Platform::FindExport(Platform::InvalidModule(), "ProbeCountCall"), nullptr);
 
     // Loaded again, its state starts afresh: the old copy was gone.
     ModuleHandle again = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
@@ -104,23 +95,13 @@ TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
 
 TEST(ModuleLoader, FailedLoadsGiveWindowsErrorNumbers)
 {
-    EXPECT_EQ(Platform::LoadModule(ProbePath("no_such_module.dll").c_str()), nullptr);
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-
-    EXPECT_EQ(Platform::LoadModule("no_such_module"), nullptr);
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-
-    EXPECT_EQ(Platform::LoadModule((ProgramDirectory() + "\\no_such_dir\\x.dll").c_str()), nullptr);
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-
-    // A directory is no module either.
-    EXPECT_EQ(Platform::LoadModule((ProgramDirectory() + "\\").c_str()), nullptr);
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-
-    // A missing dependency reads as a missing module.
-    EXPECT_EQ(Platform::LoadModule(ProbePath("orphan.dll").c_str()), nullptr);
-    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound);
-
+    // Missing by path or by name, in a missing directory, a directory, and a
+    // module whose dependency is missing: all read as a missing module.
+    for (const std::string& path : {ProbePath("no_such_module.dll"), std::string("no_such_module"),
+                                    ProbePath("no_such_dir\\x.dll"), ProbePath(""), ProbePath("orphan.dll")}) {
+        EXPECT_EQ(Platform::LoadModule(path.c_str()), nullptr) << path;
+        EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorModuleNotFound) << path;
+    }
     Testing::ScratchDirectory scratch("loader_errors");
     std::ofstream(scratch.native() / "text.dll") << "not a module\n";
     EXPECT_EQ(Platform::LoadModule(scratch.Framework("text.dll").c_str()), nullptr);
@@ -142,16 +123,6 @@ TEST(ModuleLoader, FindsOnlyTheModulesOwnExports)
     EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorProcedureNotFound);
     EXPECT_NE(Platform::FindExport(Platform::FindLoadedModule("probe_a"), "ProbeCountCall"), nullptr);
     Platform::ReleaseModule(module);
-}
-
-TEST(ModuleLoader, HandlesThatNameNoModuleAreRefused)
-{
-    EXPECT_EQ(Platform::FindExport(Platform::InvalidModule(), "ProbeCountCall"), nullptr);
-    ModuleHandle module = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
-    ASSERT_NE(module, nullptr);
-    ASSERT_TRUE(Platform::ReleaseModule(module));
-    EXPECT_EQ(Platform::FindExport(module, "ProbeCountCall"), nullptr);
-    EXPECT_FALSE(Platform::ReleaseModule(module));
 }
 
 TEST(ModuleLoader, BareNamesAreSearchedInTheCurrentDirectoryToo)

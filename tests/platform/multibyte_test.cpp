@@ -9,6 +9,9 @@ namespace Platform = Orvik::Platform;
 
 namespace {
 
+constexpr int kJapanese = 932;
+constexpr int kSingle = Platform::kSingleByteCodePage;
+
 // "a", a double-byte character whose trail byte is 0x5C, "b", a real
 // backslash, "c": offsets 0, 1-2, 3, 4, 5.
 const char kTrailBackslash[] = "a\x95\x5C" "b\\c";
@@ -16,53 +19,33 @@ const char kTrailBackslash[] = "a\x95\x5C" "b\\c";
 class MultibyteTest : public ::testing::Test {
 protected:
     void TearDown() override { Platform::SelectCodePage(Platform::kStartupCodePage); }
-
     static void Select(int codePage) { ASSERT_TRUE(Platform::SelectCodePage(codePage)); }
-
-    static long Offset(const char* text, const char* found)
-    {
-        return found == nullptr ? -1 : static_cast<long>(found - text);
-    }
+    static long Offset(const char* text, const char* found) { return found ? static_cast<long>(found - text) : -1; }
 };
 
-TEST_F(MultibyteTest, SelectsKnownCodePagesAndKeepsTheCurrentOneOtherwise)
+TEST_F(MultibyteTest, TheSelectedCodePageDecidesTheLeadBytes)
 {
-    for (int codePage : {932, 936, 949, 950, 1252, Platform::kSingleByteCodePage,
-                         Platform::kStartupCodePage}) {
-        EXPECT_TRUE(Platform::SelectCodePage(codePage)) << codePage;
-    }
-    Select(932);
-    EXPECT_FALSE(Platform::SelectCodePage(12345));
-    EXPECT_TRUE(Platform::IsLeadByte(0x81));
-}
-
-TEST_F(MultibyteTest, LeadByteRangesFollowTheCodePage)
-{
-    Select(932);
+    for (int codePage : {1252, Platform::kStartupCodePage}) EXPECT_TRUE(Platform::SelectCodePage(codePage)) << codePage;
+    Select(kJapanese);
     for (int byte : {0x81, 0x9F, 0xE0, 0xFC}) EXPECT_TRUE(Platform::IsLeadByte(byte)) << byte;
-    for (int byte : {0x00, 0x5C, 0x80, 0xA0, 0xDF, 0xFD, 0xFF}) {
-        EXPECT_FALSE(Platform::IsLeadByte(byte)) << byte;
-    }
+    for (int byte : {0x00, 0x5C, 0x80, 0xA0, 0xDF, 0xFD, 0xFF}) EXPECT_FALSE(Platform::IsLeadByte(byte)) << byte;
+    EXPECT_FALSE(Platform::SelectCodePage(12345));
+    EXPECT_TRUE(Platform::IsLeadByte(0x81)) << "932 stays selected";
     for (int codePage : {936, 949, 950}) {
         Select(codePage);
-        EXPECT_FALSE(Platform::IsLeadByte(0x80)) << codePage;
-        EXPECT_TRUE(Platform::IsLeadByte(0x81)) << codePage;
-        EXPECT_TRUE(Platform::IsLeadByte(0xFE)) << codePage;
-        EXPECT_FALSE(Platform::IsLeadByte(0xFF)) << codePage;
+        for (int byte : {0x80, 0x81, 0xFE, 0xFF}) {
+            EXPECT_EQ(byte == 0x81 || byte == 0xFE, Platform::IsLeadByte(byte)) << codePage << ' ' << byte;
+        }
     }
-    Select(Platform::kSingleByteCodePage);
+    Select(kSingle);
     for (int byte = 0; byte < 256; ++byte) EXPECT_FALSE(Platform::IsLeadByte(byte)) << byte;
 }
 
-TEST_F(MultibyteTest, TrailByteIsNeverFoundAsBackslashUnderDoubleByteCodePage)
+TEST_F(MultibyteTest, SearchesNeverMatchATrailByteUnderADoubleByteCodePage)
 {
-    Select(932);
-    const char alone[] = "\x95\x5C";
-    EXPECT_EQ(nullptr, Platform::FindCharacter(alone, '\\'));
-    EXPECT_EQ(nullptr, Platform::FindLastCharacter(alone, '\\'));
-    EXPECT_EQ(nullptr, Platform::FindSubstring(alone, "\\"));
-
     const char* text = kTrailBackslash;
+    Select(kJapanese);
+    EXPECT_EQ(nullptr, Platform::FindLastCharacter("\x95\x5C", '\\'));
     EXPECT_EQ(4, Offset(text, Platform::FindCharacter(text, '\\')));
     EXPECT_EQ(4, Offset(text, Platform::FindLastCharacter(text, '\\')));
     EXPECT_EQ(4, Offset(text, Platform::FindSubstring(text, "\\")));
@@ -70,15 +53,10 @@ TEST_F(MultibyteTest, TrailByteIsNeverFoundAsBackslashUnderDoubleByteCodePage)
     EXPECT_EQ(1, Offset(text, Platform::FindCharacter(text, 0x955C)));
     EXPECT_EQ(1, Offset(text, Platform::FindLastCharacter(text, 0x955C)));
     EXPECT_EQ(1, Offset(text, Platform::FindSubstring(text, "\x95\x5C" "b")));
-}
 
-TEST_F(MultibyteTest, SameBytesAreFoundUnderSingleByteCodePage)
-{
-    Select(Platform::kSingleByteCodePage);
-    const char* text = kTrailBackslash;
+    Select(kSingle);
     EXPECT_EQ(2, Offset(text, Platform::FindCharacter(text, '\\')));
     EXPECT_EQ(4, Offset(text, Platform::FindLastCharacter(text, '\\')));
-    EXPECT_EQ(2, Offset(text, Platform::FindSubstring(text, "\\")));
     EXPECT_EQ(2, Offset(text, Platform::FindSubstring(text, "\\b")));
     // Only the low byte of a character counts here.
     EXPECT_EQ(2, Offset(text, Platform::FindCharacter(text, 0x955C)));
@@ -87,7 +65,7 @@ TEST_F(MultibyteTest, SameBytesAreFoundUnderSingleByteCodePage)
 
 TEST_F(MultibyteTest, SearchesFindTheTerminatorAndTheEmptyPart)
 {
-    for (int codePage : {932, Platform::kSingleByteCodePage}) {
+    for (int codePage : {kJapanese, kSingle}) {
         Select(codePage);
         const char text[] = "x/y/z";
         EXPECT_EQ(5, Offset(text, Platform::FindCharacter(text, 0))) << codePage;
@@ -100,12 +78,12 @@ TEST_F(MultibyteTest, SearchesFindTheTerminatorAndTheEmptyPart)
     }
 }
 
-TEST_F(MultibyteTest, ComparisonsFoldOnlySingleByteLettersToLowerCase)
+TEST_F(MultibyteTest, ComparisonsFoldOnlySingleByteLettersAndOrderWholeCharacters)
 {
-    for (int codePage : {932, Platform::kSingleByteCodePage}) {
+    for (int codePage : {kJapanese, kSingle}) {
         Select(codePage);
         EXPECT_EQ(0, Platform::CompareIgnoringCase("Orvik.INI", "orvik.ini")) << codePage;
-        EXPECT_NE(0, Platform::CompareText("Orvik.INI", "orvik.ini")) << codePage;
+        EXPECT_LT(Platform::CompareText("Orvik.INI", "orvik.ini"), 0) << codePage;
         EXPECT_EQ(0, Platform::CompareText("same", "same")) << codePage;
         EXPECT_LT(Platform::CompareText("ab", "abc"), 0) << codePage;
         EXPECT_GT(Platform::CompareIgnoringCase("ABC", "ab"), 0) << codePage;
@@ -113,29 +91,24 @@ TEST_F(MultibyteTest, ComparisonsFoldOnlySingleByteLettersToLowerCase)
         EXPECT_LT(Platform::CompareIgnoringCase("_", "A"), 0) << codePage;
         EXPECT_GT(Platform::CompareText("_", "A"), 0) << codePage;
     }
-}
-
-TEST_F(MultibyteTest, DoubleByteCharactersCompareAsWholeCharacters)
-{
-    Select(932);
-    // 0x9541 is a character, so its second byte is no letter to fold.
-    EXPECT_NE(0, Platform::CompareIgnoringCase("\x95\x41", "\x95\x61"));
-    // A double-byte character orders after every single-byte one.
+    // 0x9541 is a character, so its second byte is no letter to fold; a
+    // double-byte character orders after every single-byte one.
+    Select(kJapanese);
+    EXPECT_LT(Platform::CompareIgnoringCase("\x95\x41", "\x95\x61"), 0);
     EXPECT_LT(Platform::CompareText("\xB0", "\x95\x41"), 0);
-
-    Select(Platform::kSingleByteCodePage);
+    Select(kSingle);
     EXPECT_EQ(0, Platform::CompareIgnoringCase("\x95\x41", "\x95\x61"));
     EXPECT_GT(Platform::CompareText("\xB0", "\x95\x41"), 0);
 }
 
 TEST_F(MultibyteTest, LowerCaseLeavesTrailBytesAlone)
 {
-    Select(932);
+    Select(kJapanese);
     char text[] = "AB\x95\x41Z";
     EXPECT_EQ(text, Platform::LowerCaseInPlace(text));
     EXPECT_STREQ("ab\x95\x41z", text);
 
-    Select(Platform::kSingleByteCodePage);
+    Select(kSingle);
     char single[] = "AB\x95\x41Z";
     Platform::LowerCaseInPlace(single);
     EXPECT_STREQ("ab\x95\x61z", single);
@@ -143,35 +116,27 @@ TEST_F(MultibyteTest, LowerCaseLeavesTrailBytesAlone)
 
 TEST_F(MultibyteTest, BoundedCopyPadsAndNeverEndsOnACutCharacter)
 {
-    Select(932);
     const char source[] = "ab\x95\x41xyz";
-    char buffer[10];
-
-    std::memset(buffer, '#', sizeof buffer);
-    EXPECT_EQ(buffer, Platform::CopyBytesBounded(buffer, source, 3));
-    EXPECT_EQ(std::string("ab\0#", 4), std::string(buffer, 4));
-
-    std::memset(buffer, '#', sizeof buffer);
-    Platform::CopyBytesBounded(buffer, source, 4);
-    EXPECT_EQ("ab\x95\x41#", std::string(buffer, 5));
-
-    std::memset(buffer, '#', sizeof buffer);
-    Platform::CopyBytesBounded(buffer, "ab", 6);
-    EXPECT_EQ(std::string("ab\0\0\0\0#", 7), std::string(buffer, 7));
-
-    // A lead byte before the terminator is dropped as well.
-    std::memset(buffer, '#', sizeof buffer);
-    Platform::CopyBytesBounded(buffer, "ab\x95", 6);
-    EXPECT_EQ(std::string("ab\0\0\0\0#", 7), std::string(buffer, 7));
-
-    std::memset(buffer, '#', sizeof buffer);
-    Platform::CopyBytesBounded(buffer, source, 0);
-    EXPECT_EQ(std::string(sizeof buffer, '#'), std::string(buffer, sizeof buffer));
-
-    Select(Platform::kSingleByteCodePage);
-    std::memset(buffer, '#', sizeof buffer);
-    Platform::CopyBytesBounded(buffer, source, 3);
-    EXPECT_EQ("ab\x95#", std::string(buffer, 4));
+    const struct {
+        int codePage;
+        const char* source;
+        size_t count;
+        std::string bytes;  // the buffer's first bytes afterwards; it starts as '#'s
+    } cases[] = {
+        {kJapanese, source, 3, std::string("ab\0#", 4)},
+        {kJapanese, source, 4, "ab\x95\x41#"},
+        {kJapanese, "ab", 6, std::string("ab\0\0\0\0#", 7)},
+        {kJapanese, "ab\x95", 6, std::string("ab\0\0\0\0#", 7)},  // a lead byte before the terminator goes too
+        {kJapanese, source, 0, "#"},
+        {kSingle, source, 3, "ab\x95#"},
+    };
+    for (const auto& c : cases) {
+        Select(c.codePage);
+        char buffer[10];
+        std::memset(buffer, '#', sizeof buffer);
+        EXPECT_EQ(buffer, Platform::CopyBytesBounded(buffer, c.source, c.count));
+        EXPECT_EQ(c.bytes, std::string(buffer, c.bytes.size())) << c.codePage << ' ' << c.source << ' ' << c.count;
+    }
 }
 
 // Malformed text: a lead byte right before the terminator. Wine's run-time
@@ -181,7 +146,7 @@ TEST_F(MultibyteTest, LeadByteBeforeTerminatorEndsTheText)
 #ifdef _WIN32
     GTEST_SKIP() << "Wine's multibyte searches read past the terminator here";
 #endif
-    Select(932);
+    Select(kJapanese);
     const char text[] = "ab\x95";
     EXPECT_EQ(-1, Offset(text, Platform::FindCharacter(text, 'x')));
     EXPECT_EQ(-1, Offset(text, Platform::FindCharacter(text, 0)));

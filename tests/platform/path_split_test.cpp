@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 #include "platform/multibyte.h"
@@ -10,20 +11,8 @@ namespace Platform = Orvik::Platform;
 
 namespace {
 
-struct Parts {
-    std::string drive, directory, fileName, extension;
-    bool operator==(const Parts& o) const
-    {
-        return drive == o.drive && directory == o.directory && fileName == o.fileName &&
-               extension == o.extension;
-    }
-};
-
-std::ostream& operator<<(std::ostream& out, const Parts& p)
-{
-    return out << '[' << p.drive << "][" << p.directory << "][" << p.fileName << "]["
-               << p.extension << ']';
-}
+// Drive, directory, file name and extension.
+using Parts = std::array<std::string, 4>;
 
 Parts Split(const std::string& path)
 {
@@ -42,25 +31,32 @@ protected:
 
 TEST_F(SplitPathTest, SplitsDriveDirectoryNameAndLastExtension)
 {
-    EXPECT_EQ((Parts{"C:", "\\dir\\sub/", "name.tar", ".gz"}), Split("C:\\dir\\sub/name.tar.gz"));
-    EXPECT_EQ((Parts{"", "\\\\server\\share\\", "Orvik", ".ini"}),
-              Split("\\\\server\\share\\Orvik.ini"));
-    EXPECT_EQ((Parts{"a:", "", "b", ""}), Split("a:b"));
-    EXPECT_EQ((Parts{"C:", "", "", ""}), Split("C:"));
-    EXPECT_EQ((Parts{"", "", "C", ""}), Split("C"));
-    EXPECT_EQ((Parts{"", "", "", ""}), Split(""));
-}
-
-TEST_F(SplitPathTest, DriveNeedsTheColonAsSecondCharacter)
-{
-    EXPECT_EQ((Parts{"", "ab:c\\", "d.e", ".f"}), Split("ab:c\\d.e.f"));
-}
-
-TEST_F(SplitPathTest, DotsCountOnlyAfterTheLastSeparator)
-{
-    EXPECT_EQ((Parts{"", "/x/y.z/", "w", ""}), Split("/x/y.z/w"));
-    EXPECT_EQ((Parts{"", "", "", ".profile"}), Split(".profile"));
-    EXPECT_EQ((Parts{"", "dir\\", "", ""}), Split("dir\\"));
+    const int single = Platform::kSingleByteCodePage;
+    const struct {
+        int codePage;
+        const char* path;
+        Parts parts;
+    } cases[] = {
+        {single, "C:\\dir\\sub/name.tar.gz", {"C:", "\\dir\\sub/", "name.tar", ".gz"}},
+        {single, "\\\\server\\share\\Orvik.ini", {"", "\\\\server\\share\\", "Orvik", ".ini"}},
+        {single, "a:b", {"a:", "", "b", ""}},
+        {single, "C:", {"C:", "", "", ""}},
+        {single, "C", {"", "", "C", ""}},
+        {single, "", {"", "", "", ""}},
+        {single, "ab:c\\d.e.f", {"", "ab:c\\", "d.e", ".f"}},  // the colon must come second
+        {single, "/x/y.z/w", {"", "/x/y.z/", "w", ""}},         // dots count after the last separator
+        {single, ".profile", {"", "", "", ".profile"}},
+        {single, "dir\\", {"", "dir\\", "", ""}},
+        // A trail byte 0x5C is no separator under a double-byte code page.
+        {932, "C:\\dir\\\x95\x5C.txt", {"C:", "\\dir\\", "\x95\x5C", ".txt"}},
+        {932, "C:\\a\x95\x5C" "b", {"C:", "\\", "a\x95\x5C" "b", ""}},
+        {single, "C:\\dir\\\x95\x5C.txt", {"C:", "\\dir\\\x95\\", "", ".txt"}},
+        {single, "C:\\a\x95\x5C" "b", {"C:", "\\a\x95\\", "b", ""}},
+    };
+    for (const auto& c : cases) {
+        ASSERT_TRUE(Platform::SelectCodePage(c.codePage));
+        EXPECT_EQ(c.parts, Split(c.path)) << c.codePage << ' ' << c.path;
+    }
 }
 
 TEST_F(SplitPathTest, AnyOutputMayBeLeftOut)
@@ -73,17 +69,6 @@ TEST_F(SplitPathTest, AnyOutputMayBeLeftOut)
     EXPECT_STREQ(".log", extension);
 }
 
-TEST_F(SplitPathTest, TrailByteIsNoSeparatorUnderDoubleByteCodePage)
-{
-    ASSERT_TRUE(Platform::SelectCodePage(932));
-    EXPECT_EQ((Parts{"C:", "\\dir\\", "\x95\x5C", ".txt"}), Split("C:\\dir\\\x95\x5C.txt"));
-    EXPECT_EQ((Parts{"C:", "\\", "a\x95\x5C" "b", ""}), Split("C:\\a\x95\x5C" "b"));
-
-    ASSERT_TRUE(Platform::SelectCodePage(Platform::kSingleByteCodePage));
-    EXPECT_EQ((Parts{"C:", "\\dir\\\x95\\", "", ".txt"}), Split("C:\\dir\\\x95\x5C.txt"));
-    EXPECT_EQ((Parts{"C:", "\\a\x95\\", "b", ""}), Split("C:\\a\x95\x5C" "b"));
-}
-
 // The Windows run-time empties every part instead of cutting.
 TEST_F(SplitPathTest, LongPartsAreCutToTheirBuffers)
 {
@@ -93,11 +78,9 @@ TEST_F(SplitPathTest, LongPartsAreCutToTheirBuffers)
     const std::string directory = "\\" + std::string(300, 'd') + "\\";
     const std::string name(300, 'f');
     const std::string extension = "." + std::string(300, 'e');
-    const Parts parts = Split("C:" + directory + name + extension);
-    EXPECT_EQ("C:", parts.drive);
-    EXPECT_EQ(directory.substr(0, Platform::kMaxDirectory - 1), parts.directory);
-    EXPECT_EQ(name.substr(0, Platform::kMaxFileName - 1), parts.fileName);
-    EXPECT_EQ(extension.substr(0, Platform::kMaxExtension - 1), parts.extension);
+    const Parts expected{"C:", directory.substr(0, Platform::kMaxDirectory - 1),
+                         name.substr(0, Platform::kMaxFileName - 1), extension.substr(0, Platform::kMaxExtension - 1)};
+    EXPECT_EQ(expected, Split("C:" + directory + name + extension));
 }
 
 }  // namespace

@@ -1,313 +1,187 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/support/code_page_scope.h"
+#include "tests/util/helper_cases.h"
 #include "tests/util/helper_host.h"
 #include "util/bootstrap_helpers.h"
 
 using Orvik::Testing::CodePageScope;
-using OrvikTest::HelperHost;
+using namespace OrvikTest;
 
 namespace {
 
-// The operations that exist in both forms: the bootstrap's free functions
-// and FileOperator (whose base directory is "C:\base" here).
-struct PathForm {
-    const char* name;
-    int (*isRelative)(const char*);
-    const char* (*lastSeparator)(const char*);
-    int (*joinToProfile)(const char*, const char*, char*, int);
+const HelperHost kHost("C:\\base");
+
+// Every path operation that writes a result; JoinToProfileDirectory exists
+// in both forms and runs through both.
+int JoinToProfile(const char* a, const char* b, int, char* d, int s) { return kHost.JoinToProfileDirectory(a, b, d, s); }
+int JoinToProfileB(const char* a, const char* b, int, char* d, int s) { return Orvik::JoinToProfileDirectory(a, b, d, s); }
+int JoinToBase(const char* a, const char*, int, char* d, int s) { return kHost.JoinToBaseDirectory(a, d, s); }
+int MakeAbsolute(const char* a, const char*, int, char* d, int s) { return kHost.MakeAbsolutePath(a, d, s); }
+int JoinPath(const char* a, const char* b, int, char* d, int s) { return kHost.JoinPath(a, b, d, s); }
+int FileName(const char* a, const char*, int, char* d, int s) { return kHost.GetFileNamePart(a, d, s); }
+int Parent(const char* a, const char*, int, char* d, int s) { return kHost.GetParentDirectory(a, d, s); }
+// Has no result of its own: its rows expect 1.
+int JoinDirectoryName(const char* a, const char* b, int, char* d, int s) { return Orvik::JoinDirectoryName(a, b, d, s), 1; }
+
+const HelperOp kJoinToProfile{"JoinToProfileDirectory", {JoinToProfile, JoinToProfileB}};
+const HelperOp kJoinToBase{"JoinToBaseDirectory", {JoinToBase}};
+const HelperOp kMakeAbsolute{"MakeAbsolutePath", {MakeAbsolute}};
+const HelperOp kJoinPath{"JoinPath", {JoinPath}};
+const HelperOp kFileName{"GetFileNamePart", {FileName}};
+const HelperOp kParent{"GetParentDirectory", {Parent}};
+const HelperOp kJoinDirectoryName{"JoinDirectoryName", {nullptr, JoinDirectoryName}};
+
+const std::string kOverlong = "C:\\" + std::string(260, 'x');
+const HelperCase kPathCases[] = {
+    {&kJoinToProfile, "a/b\\c/d", "x", 32, 1, "a/b\\x"},
+    {&kJoinToProfile, "conf/a.ini", "x", 32, 1, "conf/x"},
+    {&kJoinToProfile, "conf.ini", "x", 32, 1, "conf.ini\\x"},
+    {&kJoinToProfile, "C:\\long\\dir\\p.ini", "x", 8, 1, "x"},
+    {&kJoinToProfile, "profile.ini", "x", 8, 1, "\\x"},
+    {&kJoinToProfile, "C:\\p.ini", "abcd", 8, 1, "C:\\abcd"},
+    {&kJoinToProfile, "C:\\p.ini", "abcde", 8, 1, "C:\\"},
+    {&kJoinToProfile, nullptr, "x", 8, 0, "old"},
+    {&kJoinToProfile, "p", nullptr, 8, 0, "old"},
+    {&kJoinToProfile, "p", "x", 0, 0, "old"},
+    {&kJoinToProfile, "C:\\d\\\x95\x5C.ini", "x", 32, 1, "C:\\d\\x"},
+
+    {&kJoinToBase, "Orvik.ini", nullptr, 32, 1, "C:\\base\\Orvik.ini"},
+    {&kJoinToBase, "Orvik.ini", nullptr, 8, 1, "C:\\base"},
+    {&kJoinToBase, "x", nullptr, 2, 1, "C"},
+    {&kJoinToBase, "x", nullptr, 1, 0, "old"},
+    {&kJoinToBase, nullptr, nullptr, 8, 0, "old"},
+
+    {&kMakeAbsolute, "a.ini", nullptr, 12, 1, "C:\\base\\a.i"},
+    {&kMakeAbsolute, "D:\\abcdefgh", nullptr, 12, 1, "D:\\abcdefgh"},
+    {&kMakeAbsolute, "D:\\abcdefghi", nullptr, 12, 0, "old"},
+
+    {&kJoinDirectoryName, "dir", "x.dll", 16, 1, "dir\\x.dll"},
+    {&kJoinDirectoryName, "dir\\", "x.dll", 16, 1, "dir\\\\x.dll"},
+    {&kJoinDirectoryName, " \t", "x.dll", 16, 1, "x.dll"},
+    {&kJoinDirectoryName, nullptr, "x.dll", 16, 1, "x.dll"},
+    {&kJoinDirectoryName, "C:\\long\\dir", "x", 8, 1, "\\x"},
+    {&kJoinDirectoryName, "", "too-long", 8, 1, ""},
+    {&kJoinDirectoryName, "dir", "x", 0, 1, "old"},
+
+    {&kJoinPath, "C:\\dir\\", "x.dll", 32, 1, "C:\\dir\\x.dll"},
+    {&kJoinPath, "C:\\dir", "x.dll", 13, 1, "C:\\dir\\x.dll"},
+    {&kJoinPath, "C:\\dir", "x.dll", 12, 0, "C:\\dir\\x.dl"},
+    {&kJoinPath, "C:/dir/", "x.dll", 32, 1, "C:/dir/\\x.dll"},
+    {&kJoinPath, "", "x.dll", 32, 1, "\\x.dll"},
+    {&kJoinPath, "C:\\\x95\x5C", "x", 32, 1, "C:\\\x95\x5C\\x"},
+    {&kJoinPath, nullptr, "x", 8, 0, "old"},
+    {&kJoinPath, "d", nullptr, 8, 0, "old"},
+    {&kJoinPath, "d", "x", 0, 0, "old"},
+
+    {&kFileName, "C:\\dir/sub\\x.dll", nullptr, 16, 1, "x.dll"},
+    {&kFileName, "a\\b/c.dll", nullptr, 16, 1, "b/c.dll"},  // the backslash wins
+    {&kFileName, "dir/c.dll", nullptr, 16, 1, "c.dll"},
+    {&kFileName, "c.dll", nullptr, 16, 1, "c.dll"},
+    {&kFileName, "dir\\", nullptr, 16, 1, ""},
+    {&kFileName, "C:\\abc", nullptr, 4, 1, "abc"},
+    {&kFileName, "C:\\abcd", nullptr, 4, 0, "old"},
+    {&kFileName, nullptr, nullptr, 4, 0, "old"},
+    {&kFileName, "x", nullptr, 0, 0, "old"},
+
+    {&kParent, "C:\\root\\Log\\a.log", nullptr, 32, 1, "C:\\root\\Log"},
+    {&kParent, "C:\\a\\c/d", nullptr, 32, 1, "C:\\a\\c"},
+    {&kParent, "C:/a/b", nullptr, 32, 1, "C:/a"},
+    {&kParent, "name.ini", nullptr, 32, 1, "C:\\base"},
+    {&kParent, "sub\\name.ini", nullptr, 32, 1, "C:\\base\\sub"},
+    {&kParent, "C:\\root\\a.log", nullptr, 8, 1, "C:\\root"},
+    {&kParent, "C:\\roots\\a.log", nullptr, 8, 0, "old"},
+    {&kParent, "\\file", nullptr, 8, 0, "old"},
+    {&kParent, "C:file", nullptr, 8, 0, "old"},
+    {&kParent, kOverlong.c_str(), nullptr, 32, 0, "old"},
+    {&kParent, "C:\\dir\\\x95\x5C", nullptr, 32, 1, "C:\\dir"},
 };
 
-void PrintTo(const PathForm& form, std::ostream* out) { *out << form.name; }
-
-class SharedPathTest : public ::testing::TestWithParam<PathForm> {
-protected:
-    static long Offset(const char* text, const char* found)
-    {
-        return found == nullptr ? -1 : static_cast<long>(found - text);
-    }
-};
-
-TEST_P(SharedPathTest, ColonOrLeadingBackslashMakesAPathAbsolute)
-{
-    for (const char* path : {static_cast<const char*>(nullptr), "", "a.ini", ".\\a.ini", "/a.ini"}) {
-        EXPECT_EQ(1, GetParam().isRelative(path)) << (path ? path : "null");
-    }
-    for (const char* path : {"C:", "C:\\a", "\\a", "\\\\server\\share", "a:b"}) {
-        EXPECT_EQ(0, GetParam().isRelative(path)) << path;
-    }
-}
-
-TEST_P(SharedPathTest, LastSeparatorPrefersTheBackslash)
-{
-    const char path[] = "a/b\\c/d";
-    EXPECT_EQ(3, Offset(path, GetParam().lastSeparator(path)));
-    EXPECT_EQ(1, Offset("a/b", GetParam().lastSeparator("a/b")));
-    EXPECT_EQ(nullptr, GetParam().lastSeparator("abc"));
-    EXPECT_EQ(nullptr, GetParam().lastSeparator(nullptr));
-}
-
-TEST_P(SharedPathTest, LastSeparatorSkipsTrailBytes)
-{
-    const char path[] = "dir\\\x95\x5C";
-    {
-        CodePageScope japanese(932);
-        ASSERT_TRUE(japanese.ok());
-        EXPECT_EQ(3, Offset(path, GetParam().lastSeparator(path)));
-    }
-    CodePageScope single(Orvik::Platform::kSingleByteCodePage);
-    EXPECT_EQ(5, Offset(path, GetParam().lastSeparator(path)));
-}
-
-TEST_P(SharedPathTest, JoinToProfileDirectoryPlacesTheNameBesideTheProfile)
-{
-    char dst[260];
-    EXPECT_EQ(1, GetParam().joinToProfile("a/b\\c/d", "x", dst, sizeof dst));
-    EXPECT_STREQ("a/b\\x", dst);
-    EXPECT_EQ(1, GetParam().joinToProfile("C:\\App\\Orvik.ini", "Conf\\a.ini", dst, sizeof dst));
-    EXPECT_STREQ("C:\\App\\Conf\\a.ini", dst);
-    EXPECT_EQ(1, GetParam().joinToProfile("conf/a.ini", "x", dst, sizeof dst));
-    EXPECT_STREQ("conf/x", dst);
-    EXPECT_EQ(1, GetParam().joinToProfile("conf.ini", "x", dst, sizeof dst));
-    EXPECT_STREQ("conf.ini\\x", dst);
-}
-
-TEST_P(SharedPathTest, JoinToProfileDirectoryLeavesOutPiecesThatDoNotFit)
-{
-    char dst[8];
-    EXPECT_EQ(1, GetParam().joinToProfile("C:\\long\\dir\\p.ini", "x", dst, sizeof dst));
-    EXPECT_STREQ("x", dst);
-    EXPECT_EQ(1, GetParam().joinToProfile("profile.ini", "x", dst, sizeof dst));
-    EXPECT_STREQ("\\x", dst);
-    EXPECT_EQ(1, GetParam().joinToProfile("C:\\p.ini", "toolong", dst, sizeof dst));
-    EXPECT_STREQ("C:\\", dst);
-
-    std::strcpy(dst, "old");
-    EXPECT_EQ(0, GetParam().joinToProfile(nullptr, "x", dst, sizeof dst));
-    EXPECT_EQ(0, GetParam().joinToProfile("p", nullptr, dst, sizeof dst));
-    EXPECT_EQ(0, GetParam().joinToProfile("p", "x", dst, 0));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, GetParam().joinToProfile("p", "x", nullptr, 8));
-}
-
-TEST_P(SharedPathTest, JoinToProfileDirectorySkipsTrailBytes)
+// Under code page 932, where 0x95 0x5C is one character and no separator.
+TEST(PathOperationsTest, WriteTheExpectedPathOrRefuse)
 {
     CodePageScope japanese(932);
     ASSERT_TRUE(japanese.ok());
-    char dst[260];
-    EXPECT_EQ(1, GetParam().joinToProfile("C:\\d\\\x95\x5C.ini", "x", dst, sizeof dst));
-    EXPECT_STREQ("C:\\d\\x", dst);
+    CheckCases(kPathCases);
+    CheckNullDestinationRefused({&kJoinToProfile, &kJoinToBase, &kMakeAbsolute, &kJoinPath, &kFileName, &kParent});
+    Orvik::JoinDirectoryName("a", "b", nullptr, 8);  // ignored, without a crash
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Forms, SharedPathTest,
-    ::testing::Values(
-        PathForm{"Bootstrap", &Orvik::IsRelativePath, &Orvik::GetLastSeparator,
-                 &Orvik::JoinToProfileDirectory},
-        PathForm{"Template", [](const char* p) { return HelperHost().IsRelativePath(p); },
-                 [](const char* p) { return HelperHost().GetLastSeparator(p); },
-                 [](const char* profile, const char* name, char* dst, int size) {
-                     return HelperHost().JoinToProfileDirectory(profile, name, dst, size);
-                 }}),
-    [](const ::testing::TestParamInfo<PathForm>& info) { return std::string(info.param.name); });
-
-TEST(JoinToBaseDirectoryTest, JoinsWithTheBaseDirectoryAndCuts)
-{
-    const HelperHost host("C:\\base");
-    char dst[260];
-    EXPECT_EQ(1, host.JoinToBaseDirectory("Orvik.ini", dst, sizeof dst));
-    EXPECT_STREQ("C:\\base\\Orvik.ini", dst);
-
-    char small[8];
-    EXPECT_EQ(1, host.JoinToBaseDirectory("Orvik.ini", small, sizeof small));
-    EXPECT_STREQ("C:\\base", small);
-    EXPECT_EQ(1, host.JoinToBaseDirectory("x", small, 2));
-    EXPECT_STREQ("C", small);
-
-    std::strcpy(small, "old");
-    EXPECT_EQ(0, host.JoinToBaseDirectory("x", small, 1));
-    EXPECT_EQ(0, host.JoinToBaseDirectory(nullptr, small, sizeof small));
-    EXPECT_STREQ("old", small);
-    EXPECT_EQ(0, host.JoinToBaseDirectory("x", nullptr, 8));
-}
-
-TEST(JoinToBaseDirectoryTest, BootstrapJoinsWithTheHostDirectory)
+TEST(PathOperationsTest, BootstrapJoinsWithTheHostDirectory)
 {
     char dst[260];
     EXPECT_EQ(1, Orvik::JoinToBaseDirectory("Orvik.ini", dst, sizeof dst));
     EXPECT_EQ(std::string(Orvik::GetHostDirectory()) + "\\Orvik.ini", dst);
 }
 
-TEST(MakeAbsolutePathTest, CompletesRelativePathsAndCopiesAbsoluteOnes)
+// Both forms of the path tests.
+struct PathTestForm {
+    const char* name;
+    int (*isRelative)(const char*);
+    const char* (*lastSeparator)(const char*);
+};
+const PathTestForm kPathTestForms[] = {
+    {"template", [](const char* p) { return kHost.IsRelativePath(p); },
+     [](const char* p) { return kHost.GetLastSeparator(p); }},
+    {"bootstrap", &Orvik::IsRelativePath, &Orvik::GetLastSeparator},
+};
+
+TEST(PathTestsTest, ColonOrLeadingBackslashMakesAPathAbsolute)
 {
-    const HelperHost host("C:\\base");
-    char dst[12] = "old";
-    EXPECT_EQ(1, host.MakeAbsolutePath("a.ini", dst, sizeof dst));
-    EXPECT_STREQ("C:\\base\\a.i", dst);
-    EXPECT_EQ(1, host.MakeAbsolutePath("D:\\x.ini", dst, sizeof dst));
-    EXPECT_STREQ("D:\\x.ini", dst);
-
-    EXPECT_EQ(0, host.MakeAbsolutePath("D:\\too\\long.ini", dst, sizeof dst));
-    EXPECT_STREQ("D:\\x.ini", dst);
-}
-
-TEST(JoinDirectoryNameTest, JoinsWithOneBackslashOrTakesTheNameAlone)
-{
-    char dst[16];
-    Orvik::JoinDirectoryName("dir", "x.dll", dst, sizeof dst);
-    EXPECT_STREQ("dir\\x.dll", dst);
-    Orvik::JoinDirectoryName("dir\\", "x.dll", dst, sizeof dst);
-    EXPECT_STREQ("dir\\\\x.dll", dst);
-    Orvik::JoinDirectoryName(" \t", "x.dll", dst, sizeof dst);
-    EXPECT_STREQ("x.dll", dst);
-    Orvik::JoinDirectoryName(nullptr, "x.dll", dst, sizeof dst);
-    EXPECT_STREQ("x.dll", dst);
-}
-
-TEST(JoinDirectoryNameTest, LeavesOutPiecesThatDoNotFit)
-{
-    char dst[8] = "old";
-    Orvik::JoinDirectoryName("C:\\long\\dir", "x", dst, sizeof dst);
-    EXPECT_STREQ("\\x", dst);
-    Orvik::JoinDirectoryName("", "too-long", dst, sizeof dst);
-    EXPECT_STREQ("", dst);
-    std::strcpy(dst, "old");
-    Orvik::JoinDirectoryName("dir", "x", dst, 0);
-    EXPECT_STREQ("old", dst);
-    Orvik::JoinDirectoryName("dir", "x", nullptr, 8);
-}
-
-TEST(JoinPathTest, AddsABackslashOnlyWhenTheDirectoryLacksOne)
-{
-    const HelperHost host;
-    char dst[32];
-    EXPECT_EQ(1, host.JoinPath("C:\\dir\\", "x.dll", dst, sizeof dst));
-    EXPECT_STREQ("C:\\dir\\x.dll", dst);
-    EXPECT_EQ(1, host.JoinPath("C:\\dir", "x.dll", dst, sizeof dst));
-    EXPECT_STREQ("C:\\dir\\x.dll", dst);
-    EXPECT_EQ(1, host.JoinPath("C:/dir/", "x.dll", dst, sizeof dst));
-    EXPECT_STREQ("C:/dir/\\x.dll", dst);
-    EXPECT_EQ(1, host.JoinPath("", "x.dll", dst, sizeof dst));
-    EXPECT_STREQ("\\x.dll", dst);
-}
-
-TEST(JoinPathTest, ATrailByteIsNoTrailingBackslash)
-{
-    CodePageScope japanese(932);
-    ASSERT_TRUE(japanese.ok());
-    char dst[32];
-    EXPECT_EQ(1, HelperHost().JoinPath("C:\\\x95\x5C", "x", dst, sizeof dst));
-    EXPECT_STREQ("C:\\\x95\x5C\\x", dst);
-}
-
-TEST(JoinPathTest, FailsOnACutAndKeepsTheCutText)
-{
-    const HelperHost host;
-    char dst[8] = "old";
-    EXPECT_EQ(0, host.JoinPath("C:\\dir", "x.dll", dst, sizeof dst));
-    EXPECT_STREQ("C:\\dir\\", dst);
-
-    std::strcpy(dst, "old");
-    EXPECT_EQ(0, host.JoinPath(nullptr, "x", dst, sizeof dst));
-    EXPECT_EQ(0, host.JoinPath("d", nullptr, dst, sizeof dst));
-    EXPECT_EQ(0, host.JoinPath("d", "x", dst, 0));
-    EXPECT_STREQ("old", dst);
-}
-
-TEST(GetFileNamePartTest, TakesTheTextAfterTheLastSeparator)
-{
-    const HelperHost host;
-    char dst[16];
-    EXPECT_EQ(1, host.GetFileNamePart("C:\\dir/sub\\x.dll", dst, sizeof dst));
-    EXPECT_STREQ("x.dll", dst);
-    // The backslash wins over a later slash.
-    EXPECT_EQ(1, host.GetFileNamePart("a\\b/c.dll", dst, sizeof dst));
-    EXPECT_STREQ("b/c.dll", dst);
-    EXPECT_EQ(1, host.GetFileNamePart("dir/c.dll", dst, sizeof dst));
-    EXPECT_STREQ("c.dll", dst);
-    EXPECT_EQ(1, host.GetFileNamePart("c.dll", dst, sizeof dst));
-    EXPECT_STREQ("c.dll", dst);
-    EXPECT_EQ(1, host.GetFileNamePart("dir\\", dst, sizeof dst));
-    EXPECT_STREQ("", dst);
-}
-
-TEST(GetFileNamePartTest, RefusesANameThatDoesNotFit)
-{
-    const HelperHost host;
-    char dst[4] = "old";
-    EXPECT_EQ(0, host.GetFileNamePart("C:\\name.dll", dst, sizeof dst));
-    EXPECT_EQ(0, host.GetFileNamePart(nullptr, dst, sizeof dst));
-    EXPECT_EQ(0, host.GetFileNamePart("x", dst, 0));
-    EXPECT_STREQ("old", dst);
-}
-
-TEST(GetParentDirectoryTest, DropsTheLastSeparatorAndWhatFollows)
-{
-    const HelperHost host("C:\\base");
-    char dst[260];
-    EXPECT_EQ(1, host.GetParentDirectory("C:\\root\\Log\\", dst, sizeof dst));
-    EXPECT_STREQ("C:\\root\\Log", dst);
-    EXPECT_EQ(1, host.GetParentDirectory("C:\\root\\Log\\a.log", dst, sizeof dst));
-    EXPECT_STREQ("C:\\root\\Log", dst);
-    EXPECT_EQ(1, host.GetParentDirectory("C:\\a\\c/d", dst, sizeof dst));
-    EXPECT_STREQ("C:\\a\\c", dst);
-    EXPECT_EQ(1, host.GetParentDirectory("C:/a/b", dst, sizeof dst));
-    EXPECT_STREQ("C:/a", dst);
-}
-
-TEST(GetParentDirectoryTest, CompletesARelativeNameWithTheBaseDirectory)
-{
-    const HelperHost host("C:\\base");
-    char dst[260];
-    EXPECT_EQ(1, host.GetParentDirectory("name.ini", dst, sizeof dst));
-    EXPECT_STREQ("C:\\base", dst);
-    EXPECT_EQ(1, host.GetParentDirectory("sub\\name.ini", dst, sizeof dst));
-    EXPECT_STREQ("C:\\base\\sub", dst);
-}
-
-TEST(GetParentDirectoryTest, FailsWithoutAParentOrRoom)
-{
-    const HelperHost host("C:\\base");
-    char dst[8] = "old";
-    EXPECT_EQ(0, host.GetParentDirectory("\\file", dst, sizeof dst));
-    EXPECT_EQ(0, host.GetParentDirectory("C:file", dst, sizeof dst));
-    EXPECT_EQ(0, host.GetParentDirectory("C:\\root\\Log\\a.log", dst, sizeof dst));
-    EXPECT_EQ(0, host.GetParentDirectory(("C:\\" + std::string(260, 'x')).c_str(), dst, sizeof dst));
-    EXPECT_STREQ("old", dst);
-}
-
-TEST(GetParentDirectoryTest, SkipsTrailBytes)
-{
-    CodePageScope japanese(932);
-    ASSERT_TRUE(japanese.ok());
-    char dst[260];
-    EXPECT_EQ(1, HelperHost().GetParentDirectory("C:\\dir\\\x95\x5C", dst, sizeof dst));
-    EXPECT_STREQ("C:\\dir", dst);
-}
-
-TEST(IsValidPathCharsTest, RejectsTheSixReservedCharacters)
-{
-    const HelperHost host;
-    for (const char* path : {"C:\\a<b", "C:\\a>b", "C:\\a\"b", "C:\\a|b", "C:\\a*b", "C:\\a?b"}) {
-        EXPECT_EQ(0, host.IsValidPathChars(path)) << path;
+    for (const PathTestForm& form : kPathTestForms) {
+        for (const char* path : {static_cast<const char*>(nullptr), "", "a.ini", ".\\a.ini", "/a.ini"}) {
+            EXPECT_EQ(1, form.isRelative(path)) << form.name << ' ' << (path ? path : "null");
+        }
+        for (const char* path : {"C:", "C:\\a", "\\a", "\\\\server\\share", "a:b"}) {
+            EXPECT_EQ(0, form.isRelative(path)) << form.name << ' ' << path;
+        }
     }
-    EXPECT_EQ(0, host.IsValidPathChars(nullptr));
-    EXPECT_EQ(1, host.IsValidPathChars("C:\\dir/sub\\file.log"));
-    EXPECT_EQ(1, host.IsValidPathChars(""));
 }
 
-TEST(IsLaterFileTimeTest, OnlyAStrictlyLaterTimeIsLater)
+TEST(PathTestsTest, LastSeparatorPrefersTheBackslashAndSkipsTrailBytes)
 {
-    const HelperHost host;
+    const struct {
+        int codePage;
+        const char* path;
+        long offset;  // -1: none
+    } cases[] = {
+        {932, "a/b\\c/d", 3},
+        {932, "a/b", 1},
+        {932, "abc", -1},
+        {932, nullptr, -1},
+        {932, "dir\\\x95\x5C", 3},
+        {Orvik::Platform::kSingleByteCodePage, "dir\\\x95\x5C", 5},
+    };
+    for (const PathTestForm& form : kPathTestForms) {
+        for (const auto& c : cases) {
+            CodePageScope scope(c.codePage);
+            ASSERT_TRUE(scope.ok());
+            const char* found = form.lastSeparator(c.path);
+            EXPECT_EQ(c.offset, found ? found - c.path : -1) << form.name << ' ' << (c.path ? c.path : "null");
+        }
+    }
+}
+
+TEST(PathTestsTest, ReservedCharactersMakeAPathInvalid)
+{
+    for (const char* path : {"C:\\a<b", "C:\\a>b", "C:\\a\"b", "C:\\a|b", "C:\\a*b", "C:\\a?b"}) {
+        EXPECT_EQ(0, kHost.IsValidPathChars(path)) << path;
+    }
+    EXPECT_EQ(0, kHost.IsValidPathChars(nullptr));
+    EXPECT_EQ(1, kHost.IsValidPathChars("C:\\dir/sub\\file.log"));
+    EXPECT_EQ(1, kHost.IsValidPathChars(""));
+}
+
+TEST(PathTestsTest, OnlyAStrictlyLaterFileTimeIsLater)
+{
     const Orvik::Platform::FileTime t{0x10, 0x20};
-    EXPECT_EQ(0, host.IsLaterFileTime(t, t));
-    EXPECT_EQ(1, host.IsLaterFileTime({0x11, 0x20}, t));
-    EXPECT_EQ(1, host.IsLaterFileTime({0x00, 0x21}, t));
-    EXPECT_EQ(0, host.IsLaterFileTime(t, {0xFFFFFFFF, 0x20}));
-    EXPECT_EQ(0, host.IsLaterFileTime({0xFFFFFFFF, 0x1F}, t));
+    EXPECT_EQ(0, kHost.IsLaterFileTime(t, t));
+    EXPECT_EQ(1, kHost.IsLaterFileTime({0x11, 0x20}, t));
+    EXPECT_EQ(1, kHost.IsLaterFileTime({0x00, 0x21}, t));
+    EXPECT_EQ(0, kHost.IsLaterFileTime(t, {0xFFFFFFFF, 0x20}));
+    EXPECT_EQ(0, kHost.IsLaterFileTime({0xFFFFFFFF, 0x1F}, t));
 }
 
 }  // namespace

@@ -1,213 +1,114 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/support/code_page_scope.h"
+#include "tests/util/helper_cases.h"
 #include "tests/util/helper_host.h"
 #include "util/bootstrap_helpers.h"
 
 using Orvik::Testing::CodePageScope;
-using OrvikTest::HelperHost;
+using namespace OrvikTest;
 
 namespace {
 
 // The copying helpers exist as template operations and as bootstrap free
 // functions; every case runs through both.
-struct CopyForm {
-    const char* name;
-    int (*copy)(char*, int, const char*);
-    int (*append)(char*, int, const char*);
-    int (*copyN)(char*, int, const char*, int);
+template <int (*F)(char*, int, const char*)>
+int Copying(const char* a, const char*, int, char* dst, int size) { return F(dst, size, a); }
+template <int (*F)(char*, int, const char*, int)>
+int CopyingN(const char* a, const char*, int n, char* dst, int size) { return F(dst, size, a, n); }
+// a is the argument of format b; n allows a cut.
+int Format(const char* a, const char* b, int n, char* dst, int size) { return HelperHost::FormatString(dst, size, n, b, a); }
+int TrimSpaces(const char* a, const char*, int, char* dst, int size) { return HelperHost::TrimSpaces(a, dst, size); }
+// Has no result of its own: its rows expect 1.
+int TrimBlanks(const char* a, const char*, int, char* dst, int size) { return Orvik::TrimBlanks(a, dst, size), 1; }
+
+const HelperOp kCopy{"CopyString", {Copying<&HelperHost::CopyString>, Copying<&Orvik::CopyString>}};
+const HelperOp kAppend{"AppendString", {Copying<&HelperHost::AppendString>, Copying<&Orvik::AppendString>}};
+const HelperOp kCopyN{"CopyStringN", {CopyingN<&HelperHost::CopyStringN>, CopyingN<&Orvik::CopyStringN>}};
+const HelperOp kFormat{"FormatString", {Format}};
+const HelperOp kTrimSpaces{"TrimSpaces", {TrimSpaces}};
+const HelperOp kTrimBlanks{"TrimBlanks", {nullptr, TrimBlanks}};
+
+const HelperCase kCases[] = {
+    {&kCopy, "1234567", nullptr, 8, 1, "1234567"},
+    {&kCopy, "12345678", nullptr, 8, 0, "old"},
+    {&kCopy, "", nullptr, 1, 1, ""},
+    {&kCopy, "", nullptr, 0, 0, "old"},
+    {&kCopy, nullptr, nullptr, 8, 0, "old"},
+    {&kAppend, "de", nullptr, 6, 1, "oldde"},
+    {&kAppend, "def", nullptr, 6, 0, "old"},
+    {&kAppend, "", nullptr, 0, 0, "old"},
+    {&kAppend, nullptr, nullptr, 6, 0, "old"},
+    {&kCopyN, "abcdef", nullptr, 4, 1, "abc", 3},
+    {&kCopyN, "abcdef", nullptr, 3, 0, "old", 3},
+    {&kCopyN, "ab", nullptr, 10, 1, "ab", 5},
+    {&kCopyN, "abcdef", nullptr, 10, 0, "old", 0},
+    {&kCopyN, nullptr, nullptr, 10, 0, "old", 3},
+    // Code page 932: 0x95 0x41 is one character, never split.
+    {&kCopyN, "ab\x95\x41" "c", nullptr, 10, 1, "ab", 3},
+    {&kCopyN, "ab\x95\x41" "c", nullptr, 10, 1, "ab\x95\x41", 4},
+
+    {&kFormat, "ab-1234", "%s", 8, 1, "ab-1234"},
+    {&kFormat, "ab-12345", "%s", 8, 0, "ab-1234"},
+    {&kFormat, "ab-12345", "%s", 8, 1, "ab-1234", 1},
+    {&kFormat, "x", "%s", 0, 0, "old", 1},
+    {&kFormat, "x", "%s", -1, 0, "old", 1},
+    {&kFormat, "x", nullptr, 8, 0, "old", 1},
+
+    // Spaces go, tabs stay; the destination empties when nothing is left
+    // or the text does not fit.
+    {&kTrimSpaces, "  a b  ", nullptr, 10, 3, "a b"},
+    {&kTrimSpaces, "\ta\t", nullptr, 10, 3, "\ta\t"},
+    {&kTrimSpaces, "   ", nullptr, 10, 0, ""},
+    {&kTrimSpaces, " abc ", nullptr, 4, 3, "abc"},
+    {&kTrimSpaces, "abc", nullptr, 3, 0, ""},
+    {&kTrimSpaces, nullptr, nullptr, 10, 0, "old"},
+    {&kTrimSpaces, "a", nullptr, 0, 0, "old"},
+
+    // Spaces and tabs go; blank text is copied as it is.
+    {&kTrimBlanks, "  C:\\Program Files\\App  ", nullptr, 32, 1, "C:\\Program Files\\App"},
+    {&kTrimBlanks, "\t x \t", nullptr, 32, 1, "x"},
+    {&kTrimBlanks, "x", nullptr, 32, 1, "x"},
+    {&kTrimBlanks, "   ", nullptr, 32, 1, "   "},
+    {&kTrimBlanks, "", nullptr, 32, 1, ""},
+    {&kTrimBlanks, " abc ", nullptr, 4, 1, "abc"},
+    {&kTrimBlanks, " abcd ", nullptr, 4, 1, ""},
+    {&kTrimBlanks, "abcd", nullptr, 4, 1, ""},
 };
 
-void PrintTo(const CopyForm& form, std::ostream* out) { *out << form.name; }
-
-class BoundedCopyTest : public ::testing::TestWithParam<CopyForm> {};
-
-TEST_P(BoundedCopyTest, CopyStringTakesWholeSourceOrNothing)
-{
-    char dst[8] = "old";
-    EXPECT_EQ(1, GetParam().copy(dst, 8, "1234567"));
-    EXPECT_STREQ("1234567", dst);
-
-    std::strcpy(dst, "old");
-    EXPECT_EQ(0, GetParam().copy(dst, 8, "12345678"));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, GetParam().copy(dst, 0, ""));
-    EXPECT_EQ(0, GetParam().copy(dst, 8, nullptr));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, GetParam().copy(nullptr, 8, "x"));
-
-    EXPECT_EQ(1, GetParam().copy(dst, 1, ""));
-    EXPECT_STREQ("", dst);
-}
-
-TEST_P(BoundedCopyTest, AppendStringRefusesWhatDoesNotFit)
-{
-    char dst[6] = "abc";
-    EXPECT_EQ(1, GetParam().append(dst, 6, "de"));
-    EXPECT_STREQ("abcde", dst);
-
-    std::strcpy(dst, "abc");
-    EXPECT_EQ(0, GetParam().append(dst, 6, "def"));
-    EXPECT_STREQ("abc", dst);
-    EXPECT_EQ(0, GetParam().append(dst, 6, nullptr));
-    EXPECT_EQ(0, GetParam().append(dst, 0, ""));
-    EXPECT_STREQ("abc", dst);
-    EXPECT_EQ(0, GetParam().append(nullptr, 6, "x"));
-}
-
-TEST_P(BoundedCopyTest, CopyStringNCopiesAPrefixAndEndsItAtN)
-{
-    char dst[10];
-    std::memset(dst, '#', sizeof dst);
-    EXPECT_EQ(1, GetParam().copyN(dst, 10, "abcdef", 3));
-    EXPECT_EQ(std::string("abc\0#", 5), std::string(dst, 5));
-
-    EXPECT_EQ(1, GetParam().copyN(dst, 10, "ab", 5));
-    EXPECT_STREQ("ab", dst);
-
-    std::strcpy(dst, "old");
-    EXPECT_EQ(0, GetParam().copyN(dst, 3, "abcdef", 3));
-    EXPECT_EQ(0, GetParam().copyN(dst, 10, "abcdef", 0));
-    EXPECT_EQ(0, GetParam().copyN(dst, 10, nullptr, 3));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, GetParam().copyN(nullptr, 10, "abc", 3));
-}
-
-TEST_P(BoundedCopyTest, CopyStringNNeverSplitsADoubleByteCharacter)
+TEST(StringHelpersTest, WriteTheExpectedTextOrRefuse)
 {
     CodePageScope japanese(932);
     ASSERT_TRUE(japanese.ok());
-    char dst[10];
-    EXPECT_EQ(1, GetParam().copyN(dst, 10, "ab\x95\x41" "c", 3));
-    EXPECT_STREQ("ab", dst);
-    EXPECT_EQ(1, GetParam().copyN(dst, 10, "ab\x95\x41" "c", 4));
-    EXPECT_STREQ("ab\x95\x41", dst);
+    CheckCases(kCases);
+    CheckNullDestinationRefused({&kCopy, &kAppend, &kCopyN, &kFormat, &kTrimSpaces});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Forms, BoundedCopyTest,
-    ::testing::Values(CopyForm{"Template", &HelperHost::CopyString, &HelperHost::AppendString,
-                               &HelperHost::CopyStringN},
-                      CopyForm{"Bootstrap", &Orvik::CopyString, &Orvik::AppendString,
-                               &Orvik::CopyStringN}),
-    [](const ::testing::TestParamInfo<CopyForm>& info) { return std::string(info.param.name); });
-
-TEST(FormatStringTest, CutsAtTheBufferAndReportsTheCutUnlessAllowed)
-{
-    char dst[8];
-    EXPECT_EQ(0, HelperHost::FormatString(dst, 8, 0, "%s", "0123456789"));
-    EXPECT_STREQ("0123456", dst);
-    EXPECT_EQ(1, HelperHost::FormatString(dst, 8, 1, "%s", "0123456789"));
-    EXPECT_STREQ("0123456", dst);
-
-    EXPECT_EQ(1, HelperHost::FormatString(dst, 8, 0, "%s-%d", "ab", 1234));
-    EXPECT_STREQ("ab-1234", dst);
-}
-
-TEST(FormatStringTest, RefusesWithoutWritingWhenArgumentsAreMissing)
-{
-    char dst[8] = "old";
-    EXPECT_EQ(0, HelperHost::FormatString(dst, 0, 1, "%s", "x"));
-    EXPECT_EQ(0, HelperHost::FormatString(dst, -1, 1, "%s", "x"));
-    EXPECT_EQ(0, HelperHost::FormatString(dst, 8, 1, nullptr));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, HelperHost::FormatString(nullptr, 8, 1, "x"));
-}
-
-TEST(TrimSpacesTest, RemovesOuterSpacesOnly)
-{
-    char dst[10];
-    EXPECT_EQ(3, HelperHost::TrimSpaces("  a b  ", dst, 10));
-    EXPECT_STREQ("a b", dst);
-    EXPECT_EQ(3, HelperHost::TrimSpaces("\ta\t", dst, 10));
-    EXPECT_STREQ("\ta\t", dst);
-}
-
-TEST(TrimSpacesTest, EmptiesTheDestinationWhenNothingIsKeptOrItDoesNotFit)
-{
-    char dst[10] = "stale";
-    EXPECT_EQ(0, HelperHost::TrimSpaces("   ", dst, 10));
-    EXPECT_STREQ("", dst);
-
-    std::strcpy(dst, "stale");
-    EXPECT_EQ(0, HelperHost::TrimSpaces("abc", dst, 3));
-    EXPECT_STREQ("", dst);
-    EXPECT_EQ(3, HelperHost::TrimSpaces(" abc ", dst, 4));
-    EXPECT_STREQ("abc", dst);
-}
-
-TEST(TrimSpacesTest, LeavesTheDestinationAloneForMissingArguments)
-{
-    char dst[10] = "old";
-    EXPECT_EQ(0, HelperHost::TrimSpaces(nullptr, dst, 10));
-    EXPECT_EQ(0, HelperHost::TrimSpaces("a", dst, 0));
-    EXPECT_STREQ("old", dst);
-    EXPECT_EQ(0, HelperHost::TrimSpaces("a", nullptr, 10));
-}
-
-TEST(TrimSpacesTest, TrimsInPlace)
+TEST(StringHelpersTest, TrimSpacesWorksInPlace)
 {
     char text[] = "   name = value  ";
     EXPECT_EQ(12, HelperHost::TrimSpaces(text, text, sizeof text));
     EXPECT_STREQ("name = value", text);
 }
 
-TEST(IsBlankStringTest, OnlySpacesAreBlank)
+TEST(StringHelpersTest, IsBlankStringCountsSpacesOnlyAndIsBlankTabsToo)
 {
-    EXPECT_EQ(1, HelperHost::IsBlankString(nullptr));
-    EXPECT_EQ(1, HelperHost::IsBlankString(""));
-    EXPECT_EQ(1, HelperHost::IsBlankString("   "));
-    EXPECT_EQ(0, HelperHost::IsBlankString("\t"));
-    EXPECT_EQ(0, HelperHost::IsBlankString(" x "));
-}
-
-TEST(IsBlankStringTest, TextTooLongForItsBufferCountsAsBlank)
-{
-    EXPECT_EQ(0, HelperHost::IsBlankString(std::string(1023, 'a').c_str()));
-    EXPECT_EQ(1, HelperHost::IsBlankString(std::string(1024, 'a').c_str()));
-}
-
-TEST(TrimBlanksTest, RemovesOuterSpacesAndTabsAndKeepsInnerOnes)
-{
-    char dst[260];
-    Orvik::TrimBlanks("  C:\\Program Files\\App  ", dst, sizeof dst);
-    EXPECT_STREQ("C:\\Program Files\\App", dst);
-    Orvik::TrimBlanks("\t x \t", dst, sizeof dst);
-    EXPECT_STREQ("x", dst);
-    Orvik::TrimBlanks("x", dst, sizeof dst);
-    EXPECT_STREQ("x", dst);
-}
-
-TEST(TrimBlanksTest, BlankTextIsCopiedUnchanged)
-{
-    char dst[10];
-    Orvik::TrimBlanks("   ", dst, sizeof dst);
-    EXPECT_STREQ("   ", dst);
-    Orvik::TrimBlanks("", dst, sizeof dst);
-    EXPECT_STREQ("", dst);
-}
-
-TEST(TrimBlanksTest, AValueThatDoesNotFitLeavesTheDestinationEmpty)
-{
-    char dst[4] = "old";
-    Orvik::TrimBlanks(" abcd ", dst, sizeof dst);
-    EXPECT_STREQ("", dst);
-    std::strcpy(dst, "old");
-    Orvik::TrimBlanks("abcd", dst, sizeof dst);
-    EXPECT_STREQ("", dst);
-    Orvik::TrimBlanks(" abc ", dst, sizeof dst);
-    EXPECT_STREQ("abc", dst);
-}
-
-TEST(IsBlankTest, SpacesAndTabsAreBlank)
-{
-    EXPECT_EQ(1, Orvik::IsBlank(nullptr));
-    EXPECT_EQ(1, Orvik::IsBlank(""));
-    EXPECT_EQ(1, Orvik::IsBlank("\t "));
-    EXPECT_EQ(0, Orvik::IsBlank(" \tx"));
+    const std::string fits(1023, 'a'), tooLong(1024, 'a');
+    const struct {
+        const char* text;
+        int blankString;
+        int blank;
+    } cases[] = {
+        {nullptr, 1, 1}, {"", 1, 1},     {"   ", 1, 1},          {"\t ", 0, 1},
+        {" x ", 0, 0},   {" \tx", 0, 0}, {fits.c_str(), 0, 0}, {tooLong.c_str(), 1, 0},
+    };
+    for (const auto& c : cases) {
+        const std::string shown = c.text ? std::string(c.text).substr(0, 8) : "null";
+        EXPECT_EQ(c.blankString, HelperHost::IsBlankString(c.text)) << shown;
+        EXPECT_EQ(c.blank, Orvik::IsBlank(c.text)) << shown;
+    }
 }
 
 }  // namespace

@@ -5,8 +5,7 @@
 #include "module/component_impl.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
 class CClientProbe : public TComponentImpl<IClientProbe, CClientProbe, IClientProbe::kComponentId, 0, 0> {
@@ -40,5 +39,4 @@ TComponentRegistrar<CClientProbe> probeRegistrar;
 TComponentRegistrar<CSharedService> sharedRegistrar;
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -14,8 +14,7 @@
 #include "module/module_exports.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 namespace {
 
 uintptr_t Number(const void* pointer) { return reinterpret_cast<uintptr_t>(pointer); }
@@ -113,5 +112,4 @@ TComponentRegistrar<CRegister> registerRegistrar;
 TComponentRegistrar<CRegisterControl> controlRegistrar;
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -5,8 +5,7 @@
 #include "module/component.h"
 #include "platform/module_loader.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 // A service the test factory hands out.
 class ITestService : public IComponent {
@@ -52,5 +51,4 @@ protected:
     ~IRegisterControl() = default;
 };
 
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -2,12 +2,12 @@
 // What the catalog tests see of the provider modules they load.
 
 #include <cstdint>
+#include <cstring>
 
 #include "module/component.h"
 #include "platform/module_loader.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 // Every component of the test modules.
 class ICatalogProbe : public IComponent {
@@ -37,5 +37,33 @@ using ReadCallCountsExport = void (*)(CallCounts* counts);
 // What the re-entrant module writes while it is being loaded.
 constexpr const char* kReentrantLoadingLine = "catalog test: cat_reenter loading\n";
 
-}  // namespace Testing
-}  // namespace Orvik
+// For the modules made by hand, without the module runtime, each exporting
+// only some of the seven functions: the catalog must cope with any subset.
+#if defined(_WIN32)
+#define BARE_MODULE_EXPORT extern "C" __declspec(dllexport)
+#else
+#define BARE_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+// One object for the module's life; Release leaves it alone.
+template <int32_t Tag>
+class TStaticProbe : public ICatalogProbe {
+public:
+    ComponentId GetComponentID() override { return 0; }
+    int32_t GetVersion() override { return 1; }
+    void Release(int32_t) override {}
+    uint32_t GetAutoRelease() override { return 0; }
+    void SetAutoRelease(uint32_t) override {}
+    void Reserved1() override {}
+    void Reserved2() override {}
+    void Reserved3() override {}
+    int32_t ModuleTag() override { return Tag; }
+    void CopyRegistryPath(char* buffer, int32_t size) override
+    {
+        if (size > 0 && std::strlen(registryPath) < static_cast<size_t>(size)) std::strcpy(buffer, registryPath);
+    }
+
+    char registryPath[Platform::kMaxPath] = {};
+};
+
+}  // namespace Orvik::Testing

@@ -1,7 +1,7 @@
 // Reports 600 ids (1000 to 1599), creates each of them, and counts how
 // often it is told the registry path and the factory handle.
 
-#include "tests/catalog/modules/bare_module.h"
+#include "tests/catalog/modules/catalog_probe.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Lists 50 and 51 but cannot create them, and never agrees to be unloaded.
 
-#include "tests/catalog/modules/bare_module.h"
+#include "tests/catalog/modules/catalog_probe.h"
 
 BARE_MODULE_EXPORT int32_t GetComponentIDs(uint32_t* ids, int32_t max)
 {

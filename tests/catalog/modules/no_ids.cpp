@@ -1,6 +1,6 @@
 // Creates components but cannot list them, and is never told anything.
 
-#include "tests/catalog/modules/bare_module.h"
+#include "tests/catalog/modules/catalog_probe.h"
 
 namespace {
 Orvik::Testing::TStaticProbe<Orvik::Testing::kNoIdsTag> g_probe;

@@ -2,7 +2,7 @@
 // re-enter the catalog that is loading it; lists 60.
 
 #include "platform/debug_output.h"
-#include "tests/catalog/modules/bare_module.h"
+#include "tests/catalog/modules/catalog_probe.h"
 
 namespace {
 

@@ -9,8 +9,7 @@
 #include "module/log_file_info.h"
 #include "platform/platform_api.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 // Which provider module made a component.
 enum ProviderTag : int32_t { kAlphaTag = 1, kBetaTag, kGammaTag, kSharedTag, kPreloadTag };
@@ -85,5 +84,4 @@ protected:
     ~IFactoryClient() = default;
 };
 
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

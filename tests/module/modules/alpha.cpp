@@ -1,9 +1,8 @@
 // A module with one component class of each kind the runtime knows.
 
-#include "tests/module/modules/probe_components.h"
+#include "tests/module/modules/test_probe.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 std::atomic<int32_t> g_uninitializeCount{0};
 
@@ -19,31 +18,25 @@ class CForced : public TProbe<CForced, 203, 0, 1, 4> {};
 class CStartup : public TProbe<CStartup, 205, 0, 0, 5> {
 public:
     int32_t Tag() override { return attachedBeforeRegistration ? 1 : 0; }
-    static bool attachedBeforeRegistration;
-};
-bool CStartup::attachedBeforeRegistration = false;
-
-struct StartupRegistrar {
-    StartupRegistrar()
-    {
-        CStartup::attachedBeforeRegistration = ThisModuleHandle() != nullptr;
-        RegisterCreator(CStartup::kComponentId, &CStartup::CreateInstance);
-    }
+    static inline bool attachedBeforeRegistration = false;
 };
 
 IComponent* CreateNothing() { return nullptr; }
 
-struct NullCreatorRegistrar {
-    NullCreatorRegistrar() { RegisterCreator(204, CreateNothing); }
+struct OtherRegistrations {
+    OtherRegistrations()
+    {
+        RegisterCreator(204, CreateNothing);
+        CStartup::attachedBeforeRegistration = ThisModuleHandle() != nullptr;
+        RegisterCreator(CStartup::kComponentId, &CStartup::CreateInstance);
+    }
 };
 
 TComponentRegistrar<CPlain> plainRegistrar;
 TComponentRegistrar<CPlainShadow> shadowRegistrar;
 TComponentRegistrar<CSingleton> singletonRegistrar;
 TComponentRegistrar<CForced> forcedRegistrar;
-NullCreatorRegistrar nullCreatorRegistrar;
-StartupRegistrar startupRegistrar;
+OtherRegistrations otherRegistrations;
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -1,10 +1,9 @@
 // A module that tries to register 513 classes, plus a zero id and a null
 // creator.
 
-#include "tests/module/modules/probe_components.h"
+#include "tests/module/modules/test_probe.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
 
 std::atomic<int32_t> g_uninitializeCount{0};
 
@@ -24,5 +23,4 @@ struct CrowdRegistrar {
 CrowdRegistrar crowdRegistrar;
 
 }  // namespace
-}  // namespace Testing
-}  // namespace Orvik
+}  // namespace Orvik::Testing

@@ -1,12 +1,12 @@
 #pragma once
-// The interface of the test modules' components: enough to watch the module
-// runtime from outside.
+// The component of the test modules: enough to watch the module runtime
+// from outside.
 
-#include "module/component.h"
-#include "platform/module_loader.h"
+#include <atomic>
 
-namespace Orvik {
-namespace Testing {
+#include "module/component_impl.h"
+
+namespace Orvik::Testing {
 
 class ITestProbe : public IComponent {
 public:
@@ -25,5 +25,18 @@ protected:
     ~ITestProbe() = default;
 };
 
-}  // namespace Testing
-}  // namespace Orvik
+extern std::atomic<int32_t> g_uninitializeCount;
+
+template <class Class, ComponentId Id, int Singleton, int NeedsForce, int32_t TagValue>
+class TProbe : public TComponentImpl<ITestProbe, Class, Id, Singleton, NeedsForce> {
+public:
+    int32_t Tag() override { return TagValue; }
+    int32_t UninitializeCount() override { return g_uninitializeCount; }
+    void SetHoldValue(int32_t value) override { this->hold_ = value; }
+    void CopyConfigPath(const char* path, char* buffer, int32_t size) override { this->GetConfigPath(path, buffer, size); }
+    Platform::ModuleHandle ModuleHandleSeen() override { return ThisModuleHandle(); }
+    void ReleaseUnrecordedComponent() override { Class::CreateInstance()->Release(1); }
+    void Uninitialize() override { ++g_uninitializeCount; }
+};
+
+}  // namespace Orvik::Testing

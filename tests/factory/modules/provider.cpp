@@ -1,17 +1,18 @@
-#pragma once
-// The component class of the provider modules.
+// A provider module, built once per provider with its tag, the ids it
+// provides and whether they are singletons (whose creation registers them
+// with the factory as the shared instance of their id).
 
 #include "bootstrap/orvik_ptr.h"
 #include "module/component_impl.h"
 #include "tests/factory/modules/probe_interfaces.h"
 
-namespace Orvik {
-namespace Testing {
+namespace Orvik::Testing {
+namespace {
 
-template <class Class, ComponentId Id, int32_t Tag, int Singleton = 0>
-class TProbeComponent : public TComponentImpl<TProbe<Id>, Class, Id, Singleton, 0> {
+template <ComponentId Id>
+class CProvided : public TComponentImpl<TProbe<Id>, CProvided<Id>, Id, PROVIDER_SINGLETON, 0> {
 public:
-    int32_t ModuleTag() override { return Tag; }
+    int32_t ModuleTag() override { return PROVIDER_TAG; }
     void CopyRegistryPath(char* buffer, int32_t size) override { this->GetConfigPath(nullptr, buffer, size); }
     void QueryLog(LogQuery* query) override
     {
@@ -24,5 +25,12 @@ public:
     void Uninitialize() override {}
 };
 
-}  // namespace Testing
-}  // namespace Orvik
+template <ComponentId... Ids>
+struct Registrars {
+    Registrars() { (RegisterCreator(Ids, &CProvided<Ids>::CreateInstance), ...); }
+};
+
+Registrars<PROVIDER_IDS> registrars;
+
+}  // namespace
+}  // namespace Orvik::Testing
