@@ -5,6 +5,7 @@
 #include "bootstrap/orvik_ptr.h"
 #include "bootstrap/profile_resolution.h"
 #include "module/debug_line.h"
+#include "module/factory_notices.h"
 #include "module/module_exports.h"
 #include "module/module_runtime.h"
 
@@ -36,7 +37,7 @@ Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSo
 
 IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module)
 {
-    auto createComponent = reinterpret_cast<CreateComponentExport>(Platform::FindExport(module, "CreateComponent"));
+    auto createComponent = FindModuleExport<Exports::CreateComponent>(module);
     if (createComponent == nullptr) {
         OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");
         return nullptr;

@@ -26,13 +26,10 @@ void ForgetFactory(IOrvikComponentFactory* factory);
 
 Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source);
 IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module);
-// Obtains the factory into the module-wide pointer; writes one line on
-// failure and leaves the pointer as it was.
+// Obtains the factory into the module-wide pointer. When the factory module
+// cannot be loaded, writes one line and leaves the pointer as it was; when
+// the module loads but yields no factory, writes the lookup's or creation's
+// line and one more, and the pointer becomes null.
 void LoadFactory(const char* configPath, FactoryModuleSource source);
-
-// Tells the factory that this module's last live component is gone.
-void SendIdleNotice(Platform::ModuleHandle module);
-// Makes a singleton's new object the factory's shared instance of its id.
-void RegisterSingleton(ComponentId componentId, IComponent* instance);
 
 }  // namespace Orvik

@@ -10,6 +10,7 @@
 
 #include "bootstrap/factory_bootstrap.h"
 #include "module/module_runtime.h"
+#include "module/registry_path.h"
 
 namespace Orvik {
 
@@ -20,12 +21,7 @@ class TOrvikPtr {
 public:
     // Asks with the module's registry path, from the factory module given
     // to the module or named by its profile.
-    TOrvikPtr()
-    {
-        char registryPath[kRegistryPathSize];
-        CopyRegistryPath(registryPath, sizeof registryPath);
-        Acquire(registryPath, FactoryModuleSource::GivenHandle);
-    }
+    TOrvikPtr() { Acquire(RegistryPath(), FactoryModuleSource::GivenHandle); }
 
     // Asks with this configuration path (null: the default one), finding
     // the factory module as source says.

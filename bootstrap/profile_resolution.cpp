@@ -15,32 +15,38 @@ namespace {
 constexpr int kValueSize = 1024;
 constexpr int kFlagSize = 10;
 
-// profile (kMaxPath bytes) becomes the profile its redirects lead to. A
-// relative redirect ends the chain unexamined. An absolute redirect naming a
-// profile already read would loop: the chain stops at the profile reached so
-// far, the last one whose redirect was honoured. Profiles are compared as
-// spelled: two spellings of one file cost one more read, whereas ignoring
-// case would stop too early where names are case-sensitive.
-void FollowRedirect(char* profile)
+}  // namespace
+
+void FollowRedirects(char* profile, BlankRule isBlank, RedirectWatcher* watcher, RedirectReader* reader)
 {
+    const auto tell = [&](const char* redirect, RedirectStep step) {
+        if (watcher != nullptr) watcher->OnProfile(profile, redirect, step);
+    };
+    // Profiles are compared as spelled: two spellings of one file cost one
+    // more read, whereas ignoring case would stop too early where names are
+    // case-sensitive.
     std::vector<std::string> read;
     for (;;) {
         read.emplace_back(profile);
         char redirect[Platform::kMaxPath] = {};
-        Platform::ReadProfileValue("Redirect", "Path", "", redirect, sizeof redirect, profile);
-        if (IsBlank(redirect)) return;
+        if (reader != nullptr) {
+            reader->ReadRedirect(profile, redirect, sizeof redirect);
+        } else {
+            Platform::ReadProfileValue("Redirect", "Path", "", redirect, sizeof redirect, profile);
+        }
+        if (isBlank(redirect)) return tell(redirect, RedirectStep::None);
         if (IsRelativePath(redirect)) {
+            tell(redirect, RedirectStep::Relative);
             char joined[Platform::kMaxPath] = {};
             JoinToProfileDirectory(profile, redirect, joined, sizeof joined);
             CopyString(profile, Platform::kMaxPath, joined);
             return;
         }
-        if (std::find(read.begin(), read.end(), redirect) != read.end()) return;
+        if (std::find(read.begin(), read.end(), redirect) != read.end()) return tell(redirect, RedirectStep::Loop);
+        tell(redirect, RedirectStep::Absolute);
         CopyString(profile, Platform::kMaxPath, redirect);
     }
 }
-
-}  // namespace
 
 void ResolveProfilePath(const char* configPath, char* out, int size)
 {
@@ -54,26 +60,31 @@ void ResolveProfilePath(const char* configPath, char* out, int size)
     } else {
         CopyStringN(profile, sizeof profile, configPath, Platform::kMaxPath - 1);
     }
-    FollowRedirect(profile);
+    FollowRedirects(profile, &IsBlank);
     out[0] = '\0';
     CopyStringN(out, size, profile, size - 1);
 }
 
 void ResolveFactoryModulePath(const char* profile, char* out, int size)
 {
-    if (profile == nullptr || out == nullptr || size < 1) return;
+    ResolveFactoryModulePathByRule(profile, out, size);
+}
+
+FactoryPathRule ResolveFactoryModulePathByRule(const char* profile, char* out, int size)
+{
+    if (profile == nullptr || out == nullptr || size < 1) return FactoryPathRule::NoDefaultDirectory;
     out[0] = '\0';
     char dll[Platform::kMaxPath] = {};
     ReadProfileString(profile, "361", "DLL", "", dll, sizeof dll);
     if (!IsRelativePath(dll)) {
         CopyString(out, size, dll);
-        return;
+        return FactoryPathRule::DllAbsolute;
     }
     char flag[kFlagSize] = {};
     ReadProfileString(profile, "361", "NotUseDefaultDllPath", "0", flag, sizeof flag);
     if (flag[0] == '1') {
         JoinToProfileDirectory(profile, dll, out, size);
-        return;
+        return FactoryPathRule::BesideProfile;
     }
     char dllPath[Platform::kMaxPath] = {};
     Platform::ReadProfileValue("DefaultValue", "DllPath", "", dllPath, sizeof dllPath, profile);
@@ -84,6 +95,8 @@ void ResolveFactoryModulePath(const char* profile, char* out, int size)
     } else {
         CopyString(out, size, joined);
     }
+    if (IsBlank(dllPath)) return FactoryPathRule::NoDefaultDirectory;
+    return IsRelativePath(dllPath) ? FactoryPathRule::RelativeDefaultDirectory : FactoryPathRule::DefaultDirectory;
 }
 
 void ReadProfileString(const char* profile, const char* section, const char* key,

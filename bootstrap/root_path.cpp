@@ -1,5 +1,8 @@
 #include "bootstrap/root_path.h"
 
+#include <atomic>
+#include <mutex>
+
 #include "bootstrap/orvik_ptr.h"
 #include "bootstrap/process_register.h"
 #include "platform/platform_api.h"
@@ -9,6 +12,10 @@ namespace Orvik {
 
 namespace {
 char g_rootPath[Platform::kMaxPath];
+// Guards g_rootPath while it is empty; once filled it never changes. Held
+// while the process register is asked, so only one thread asks.
+std::recursive_mutex g_rootPathLock;
+std::atomic<bool> g_rootPathKnown{false};
 
 // The values the register is asked with; their meaning is the register's.
 constexpr uint32_t kRootPathKeyBase = 0x3FFFFFF4;
@@ -18,6 +25,8 @@ constexpr uint32_t kRootPathValueType = 1;
 
 const char* GetRootPath()
 {
+    if (g_rootPathKnown.load(std::memory_order_acquire)) return g_rootPath;
+    std::lock_guard<std::recursive_mutex> guard(g_rootPathLock);
     if (g_rootPath[0] != '\0') return g_rootPath;
     TOrvikPtr<IProcessRegister, 1> processRegister(nullptr, FactoryModuleSource::LoadedModule);
     bool found = false;
@@ -34,6 +43,7 @@ const char* GetRootPath()
         g_rootPath[0] = '\0';
         CopyString(g_rootPath, sizeof g_rootPath, GetHostDirectory());
     }
+    if (g_rootPath[0] != '\0') g_rootPathKnown.store(true, std::memory_order_release);
     return g_rootPath;
 }
 

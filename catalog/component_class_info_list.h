@@ -9,37 +9,45 @@
 //   module_scan.cpp      the "dlls" scan, failed names, preloading, destruction
 //   creation_paths.cpp   creating components, forgetting and freeing modules,
 //                        log settings
+//   catalog_view.cpp     what tools see of a catalog: its view and observer
 
 #include <cstdint>
+#include <forward_list>
 #include <list>
 #include <map>
 #include <memory>
+#include <string>
+#include <mutex>
 
+#include "catalog/catalog_observer.h"
+#include "catalog/catalog_view.h"
+#include "catalog/config_records.h"
 #include "module/component.h"
+#include "module/module_exports.h"
 #include "platform/module_loader.h"
 #include "util/file_operator.h"
 #include "util/string_manipulate.h"
 
 namespace Orvik {
 
-// The record of one component id from its numbered section.
+// The record of one component id from its numbered section. A file may
+// hold hundreds of thousands: the texts are kept by the catalog, flags and
+// log masks (six bits) take a byte each, so that a record takes 32 bytes.
 struct ComponentClassInfo {
-    Platform::ModuleHandle module;   // loaded providing module; 0 until loaded
-    int32_t pathResolved;            // fullPath has been computed
-    int32_t notUseDefaultDllPath;    // a relative dll is taken from the file's directory
-    char dll[Platform::kMaxPath];    // as written under "dll"
-    char fullPath[Platform::kMaxPath];
-    int32_t hasLogSetting;           // the section set a log key
-    uint32_t debugOutputMask;
-    uint32_t logFileMask;
+    Platform::ModuleHandle module = nullptr;  // loaded providing module; 0 until loaded
+    const char* dll = "";                     // as written under "dll": in the catalog's text
+    const char* fullPath = "";                // once resolved
+    int8_t pathResolved = 0;                  // fullPath has been computed
+    int8_t notUseDefaultDllPath = 0;          // a relative dll is taken from the file's directory
+    int8_t hasLogSetting = 0;                 // the section set a log key
+    uint8_t debugOutputMask = 0;
+    uint8_t logFileMask = 0;
 };
-
-using CreateComponentFunction = IComponent* (*)(int32_t componentId, uint32_t creatorId);
 
 // The record of one component id learned by scanning a module.
 struct DllListClassInfo {
     Platform::ModuleHandle module;             // 0 once the module was forgotten
-    CreateComponentFunction createComponent;   // cached entry point, null until resolved
+    Exports::CreateComponent::Function createComponent;  // cached entry point, null until resolved
     char dllName[29];                          // the name as listed, trimmed
 };
 
@@ -69,40 +77,44 @@ public:
     CComponentClassInfoList(const CComponentClassInfoList&) = delete;
     CComponentClassInfoList& operator=(const CComponentClassInfoList&) = delete;
 
-    // Relative configuration paths are completed with the process root path.
+    // Relative configuration paths are completed with the process root path
+    // (asked for by the path helpers).
     const char* GetBaseDirectory() const;
 
     // Reads and parses the configuration file once; always 1.
     uint32_t LoadConfigFile(const char* registryPath, const char* configFilePath);
+    // The "Path" value of file's "Redirect" section, as the profile reader
+    // gives it. The file is read into the catalog's text on the way, so that
+    // LoadConfigFile of that same file reads it no more.
+    void ReadRedirectPath(const char* file, char* value, int size);
 
-    // The "dlls" scan, its retry and preloading.
-    void ScanDllList();
-    bool GetNextDllName(char* name, int size, bool consume);
-    void RescanFailedDlls();
-    void PreLoadDependDllList(const char* list);
-
-    // Creation and module records.
+    // A component made by the module that provides componentId: its own
+    // section's, a scanned one or the default module; null when none does.
     IComponent* CreateComponentFromDll(ComponentId componentId);
-    ComponentClassInfo* FindConfigRecord(ComponentId componentId);
-    void LoadConfigDll(ComponentClassInfo& record);
-    void ResolveConfigDllPath(ComponentClassInfo& record);
-    IComponent* CreateFromConfigDll(ComponentClassInfo& record, ComponentId componentId);
-    IComponent* CreateFromDllList(ComponentId componentId);
-    void InitOrvikModule(DllListClassInfo& record);
-    IComponent* CreateFromDefaultDll(ComponentId componentId);
+    // Scans the names that failed to load again.
+    void RescanFailedDlls();
+    // Drops the catalog's references to a module that may leave memory.
     void FreeModule(Platform::ModuleHandle module);
+    // Forgets the module's cached entry points (it is about to go idle).
     void ClearModuleRecords(Platform::ModuleHandle module);
     void GetLogSetting(ComponentId componentId, uint32_t* debugOutputMask, uint32_t* logFileMask);
     void GetLogFileLimits(uint32_t* maxFileCount, uint32_t* maxFileSize);
 
-    // The parser's steps.
-    void ReadConfigText(const char* path);
-    char* GetNextLine();
-    // The recognised key, or ConfigKey::None.
-    ConfigKey ParseLine(char* line, char* value, int valueSize, ComponentId* componentId, SectionKind* sectionKind);
-    void ParseSection(char* line, ComponentId* componentId, SectionKind* sectionKind);
-    ConfigKey ParseKeyValue(char* line, char* value, int valueSize);
-    void SetLogFlags(const char* value, SectionKind sectionKind, int which, ComponentClassInfo* record);
+    // For tools. The observer hears about the file and the scan from the
+    // next LoadConfigFile on; it must outlive the catalog's use of it.
+    void SetObserver(CatalogObserver* observer);
+    CatalogView View();
+    // The module scan that the first request for an id other than 361 would
+    // start, without creating anything.
+    void ScanModuleList();
+    // Where a request for the id would go, judged by the configuration.
+    CreationRoute Route(ComponentId componentId) const;
+    // The lock the owner holds around every call of the catalog; the catalog
+    // leaves it while a provider's CreateComponent runs. None by default.
+    void SetOwnerLock(std::recursive_mutex* lock);
+    // A provider's CreateComponent, found through module, runs or is about
+    // to: the module must stay loaded.
+    bool IsCreatingThrough(Platform::ModuleHandle module) const;
 
     // Every message of the catalog is one debugger line.
     static void OutputDebugLine(const char* format, ...)
@@ -111,31 +123,84 @@ public:
 #endif
         ;
 
-    // The catalog's state, open to the factory that owns it and to tests.
+private:
+    // Tests look at the state through this one accessor.
+    friend class CatalogTestAccess;
+
+    // The "dlls" scan and preloading.
+    void ScanDllList();
+    bool GetNextDllName(char* name, int size, bool consume);
+    void RecordScannedModule(Platform::ModuleHandle module, const char* name, const char* path);
+    void NoteFailedDll(const char* name, const char* path, uint32_t error);
+    void PreLoadDependDllList(const char* list);
+
+    // Creation and module records.
+    ComponentClassInfo* FindConfigRecord(ComponentId componentId);
+    void LoadConfigDll(ComponentClassInfo& record);
+    void ResolveConfigDllPath(ComponentClassInfo& record);
+    IComponent* CreateFromConfigDll(ComponentClassInfo& record, ComponentId componentId);
+    IComponent* CreateFromDllList(ComponentId componentId);
+    void InitOrvikModule(DllListClassInfo& record);
+    IComponent* CreateFromDefaultDll(ComponentId componentId);
+    IComponent* CallCreateComponent(Exports::CreateComponent::Function createComponent,
+                                    Platform::ModuleHandle module, ComponentId componentId);
+
+    // The parser's steps.
+    void ReadConfigText(const char* path);
+    // The next line, terminated in place; length receives its length as
+    // text (a zero byte inside the line ends its text).
+    char* GetNextLine(size_t* length = nullptr);
+    // The recognised key, or ConfigKey::None. A key's value is left in the
+    // line, cut and trimmed in place, and value points to it.
+    ConfigKey ParseLine(char* line, size_t length, const char** value, ComponentId* componentId,
+                        SectionKind* sectionKind);
+    // open is the line's first '[', which lower-casing leaves in place.
+    void ParseSection(char* line, size_t length, char* open, ComponentId* componentId, SectionKind* sectionKind);
+    // equals is the line's first '=', end its end.
+    ConfigKey ParseKeyValue(char* line, char* equals, char* end, const char** value);
+    void SetLogFlags(const char* value, SectionKind sectionKind, int which, ComponentClassInfo* record);
+    // Applies one key line of the file to the settings or to record.
+    void ApplyKey(ConfigKey key, const char* value, SectionKind sectionKind, ComponentClassInfo* record);
+    // Tells the observer, if any, about the line being parsed.
+    void NoteIgnoredLine(IgnoredLine why);
+    void NoteKey(ConfigKey key, const char* value);
+
     char configFilePath[Platform::kMaxPath];
     char registryPath[Platform::kMaxPath];
     uint32_t textSize;
     std::unique_ptr<char[]> text;
     char* cursor;
-    std::map<ComponentId, ComponentClassInfo> configRecords;
+    TSortedRecords<ComponentClassInfo> configRecords;
     std::map<ComponentId, DllListClassInfo> dllListRecords;
-    std::list<Platform::ModuleHandle> dllListModules;
+    // One reference per load of a scanned module.
+    std::list<Platform::UniqueModule> dllListModules;
     int32_t dllListScanned;
     char dllList[Platform::kMaxPath];
     char failedDlls[Platform::kMaxPath];
     int32_t hasDllList;
-    std::list<Platform::ModuleHandle> preloadedModules;
+    std::list<Platform::UniqueModule> preloadedModules;
     uint32_t defaultDebugOutputMask;
     uint32_t defaultLogFileMask;
     int32_t maxFileCount;
     uint32_t maxFileSize;
     char dllPath[Platform::kMaxPath];
     char defaultDllPath[Platform::kMaxPath];
+    // Stays loaded with the process; InvalidModule() once it failed to load.
     Platform::ModuleHandle defaultDllModule;
+    CatalogObserver* observer = nullptr;
+    // The start of the line being parsed, for the observer.
+    const char* parsedLine = nullptr;
 
-private:
-    // Applies one key line of the file to the settings or to record.
-    void ApplyKey(ConfigKey key, const char* value, SectionKind sectionKind, ComponentClassInfo* record);
+    // The file whose unparsed contents text holds, or empty.
+    std::string textFile_;
+    // Whether the code page may have lead bytes; a parse without them
+    // searches bytes itself (config_text.h).
+    bool leadBytes_ = true;
+    // The records' resolved module paths.
+    std::forward_list<std::string> resolvedPaths_;
+    std::recursive_mutex* ownerLock_ = nullptr;
+    // Creations under way, by the module whose entry point they use.
+    std::map<Platform::ModuleHandle, int> creating_;
 };
 
 }  // namespace Orvik

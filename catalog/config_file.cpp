@@ -1,16 +1,20 @@
 // Reading and parsing a catalog's configuration file: settings of the
 // catalog and the records of the numbered sections.
 
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <utility>
+#include <string_view>
 
 #include "bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
+#include "catalog/config_text.h"
 #include "module/log_file_info.h"
 #include "platform/file_system.h"
 #include "platform/multibyte.h"
+#include "util/number_text.h"
+#include "platform/profile.h"
 
 namespace Orvik {
 
@@ -20,34 +24,34 @@ constexpr int32_t kDefaultMaxFileCount = 6;
 constexpr uint32_t kDefaultMaxFileSize = 40u << 20;
 // The file gives the size limit in mebibytes.
 constexpr int kMebibyteShift = 20;
-// "dlls" is kept with a bound of 259 bytes, terminator included.
+// A value holds at most 259 characters; "dlls" is kept with a bound of 259
+// bytes, terminator included.
+constexpr size_t kMaxValueLength = Platform::kMaxPath - 1;
 constexpr size_t kMaxDllListLength = Platform::kMaxPath - 2;
 constexpr uint32_t kAllLogBits = LOG_E | LOG_T | LOG_V | LOG_D | LOG_W | LOG_C;
+// Bytes of text per section that the records are first given room for.
+constexpr uint32_t kSectionSpacing = 32;
 
-// Compared in this order, without regard to case; the index is the ConfigKey.
-constexpr const char* kKeys[] = {
-    "outputdebugstring", "writetologfile", "dllpath",      "dll",          "notusedefaultdllpath",
-    "defaultdll",        "dlls",           "preload",      "MaxFileCount", "MaxFileSize",
+// Compared in this order, without regard to case ("MaxFileCount" and
+// "MaxFileSize" as the file format names them); the index is the ConfigKey.
+constexpr std::string_view kKeys[] = {
+    "outputdebugstring", "writetologfile", "dllpath",      "dll",         "notusedefaultdllpath",
+    "defaultdll",        "dlls",           "preload",      "maxfilecount", "maxfilesize",
 };
 
-// The first c in text that is a character of its own, or null.
-char* Find(char* text, char c)
-{
-    char* found = Platform::FindCharacter(text, static_cast<unsigned char>(c));
-    return found != nullptr && *found == c ? found : nullptr;
-}
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsBlankOrQuote(char c) { return c == ' ' || c == '\t' || c == '"'; }
 
-bool IsOneOf(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
-
-// Cuts the characters of set from both ends of text in place and returns
-// the new start. Bytewise is safe: no double-byte code page has a trail
-// byte below 0x40.
-char* Trim(char* text, const char* set)
+// Cuts the characters that cut says so from both ends of [text, end) in
+// place and returns the new start; length receives what is left. Bytewise
+// is safe: no double-byte code page has a trail byte below 0x40.
+template <class Predicate>
+char* Trim(char* text, char* end, Predicate cut, size_t* length)
 {
-    while (IsOneOf(*text, set)) ++text;
-    char* end = text + std::strlen(text);
-    while (end > text && IsOneOf(end[-1], set)) --end;
+    while (text < end && cut(*text)) ++text;
+    while (end > text && cut(end[-1])) --end;
     *end = '\0';
+    *length = static_cast<size_t>(end - text);
     return text;
 }
 
@@ -92,7 +96,17 @@ uint32_t CComponentClassInfoList::LoadConfigFile(const char* registryName, const
     CopyString(registryPath, sizeof registryPath, registryName);
     CopyString(configFilePath, sizeof configFilePath, configFile);
     GetParentDirectory(configFilePath, dllPath, sizeof dllPath);
-    ReadConfigText(configFilePath);
+    // The redirect lookup may have read this very file already.
+    if (textFile_ != configFilePath) ReadConfigText(configFilePath);
+    textFile_.clear();
+    leadBytes_ = ConfigText::HasLeadBytes();
+    // Room for a section every 32 bytes, as files seldom have more; the
+    // records grow beyond that if need be, and without it if it cannot be had.
+    try {
+        configRecords.Reserve(textSize / kSectionSpacing);
+    } catch (const std::bad_alloc&) {
+    }
+    if (observer != nullptr && cursor != nullptr) observer->OnText(text.get(), textSize);
 
     SectionKind sectionKind = SectionKind::None;
     ComponentId componentId = 0;
@@ -100,135 +114,172 @@ uint32_t CComponentClassInfoList::LoadConfigFile(const char* registryName, const
     // Keys before the first numbered section land here too, and the first
     // section then continues this record.
     ComponentClassInfo record{};
-    char value[Platform::kMaxPath] = {};
-    while (char* line = GetNextLine()) {
-        const ConfigKey key = ParseLine(line, value, sizeof value, &componentId, &sectionKind);
+    size_t length = 0;
+    while (char* line = GetNextLine(&length)) {
+        parsedLine = line;
+        const char* value = "";
+        const ConfigKey key = ParseLine(line, length, &value, &componentId, &sectionKind);
         if (previousId != componentId) {
             if (previousId != 0) {
-                configRecords[previousId] = record;
+                configRecords.Append(previousId, record);
                 record = ComponentClassInfo{};
             }
             previousId = componentId;
         }
+        NoteKey(key, value);
         ApplyKey(key, value, sectionKind, &record);
     }
-    if (componentId != 0) configRecords[componentId] = record;
+    parsedLine = nullptr;
+    if (componentId != 0) configRecords.Append(componentId, record);
+    configRecords.Finish();
+    leadBytes_ = true;
     return 1;
+}
+
+void CComponentClassInfoList::ReadRedirectPath(const char* file, char* value, int size)
+{
+    ReadConfigText(file);
+    Platform::ReadProfileValueFromText("Redirect", "Path", nullptr, value, static_cast<uint32_t>(size), file,
+                                       cursor != nullptr ? text.get() : nullptr, textSize);
 }
 
 void CComponentClassInfoList::ReadConfigText(const char* path)
 {
-    const Platform::FileHandle file = Platform::OpenFileForReading(path);
-    if (file == Platform::InvalidFileHandle()) return;
+    // An earlier text goes in any case: the parse sees this file or nothing.
     text.reset();
     textSize = 0;
     cursor = nullptr;
-    const uint32_t size = Platform::GetFileSizeLow(file);
+    textFile_ = path != nullptr ? path : "";
+    const Platform::UniqueFile file(Platform::OpenFileForReading(path));
+    if (!file) return;
+    const uint32_t size = Platform::GetFileSizeLow(file.get());
     // A buffer that cannot be had reads as an empty file: no exception may
-    // leave the module.
-    text.reset(new (std::nothrow) char[size_t{size} + 1]());
+    // leave the module. Its bytes are those read or, when the read falls
+    // short, never looked at: only the terminator needs setting.
+    text.reset(new (std::nothrow) char[size_t{size} + 1]);
     if (text) {
+        text[size] = '\0';
         textSize = size;
         uint32_t bytesRead = 0;
-        if (Platform::ReadFromFile(file, text.get(), textSize, &bytesRead) && bytesRead == textSize) {
+        if (Platform::ReadFromFile(file.get(), text.get(), textSize, &bytesRead) && bytesRead == textSize) {
             cursor = text.get();
         }
     }
-    Platform::CloseFile(file);
 }
 
-char* CComponentClassInfoList::GetNextLine()
+char* CComponentClassInfoList::GetNextLine(size_t* length)
 {
     if (!text || cursor == nullptr) return nullptr;
     char* const end = text.get() + textSize;
     if (cursor < text.get() || cursor >= end) return nullptr;
     char* const line = cursor;
-    char* next = line;
-    while (next < end && *next != '\r' && *next != '\n') ++next;
+    // A zero byte inside the text ends no line, only the line's text.
+    size_t textLength = 0;
+    char* next = ConfigText::ScanLine(line, end, &textLength);
     if (next < end) {
         *next++ = '\0';
         while (next < end && (*next == '\r' || *next == '\n')) ++next;
     }
     cursor = next;
+    if (length != nullptr) *length = textLength;
     return line;
 }
 
-ConfigKey CComponentClassInfoList::ParseLine(char* line, char* value, int valueSize, ComponentId* componentId,
-                                             SectionKind* sectionKind)
+ConfigKey CComponentClassInfoList::ParseLine(char* line, size_t length, const char** value,
+                                             ComponentId* componentId, SectionKind* sectionKind)
 {
     // '#' marks no comment: lines of blanks and '#' hold neither '=' nor
     // '[' and fall through like any other text.
-    if (Find(line, '=') != nullptr) return ParseKeyValue(line, value, valueSize);
-    if (Find(line, '[') != nullptr) ParseSection(line, componentId, sectionKind);
+    if (char* equals = ConfigText::Find(line, length, '=', leadBytes_)) {
+        return ParseKeyValue(line, equals, line + length, value);
+    }
+    if (char* open = ConfigText::Find(line, length, '[', leadBytes_)) {
+        ParseSection(line, length, open, componentId, sectionKind);
+    } else {
+        NoteIgnoredLine(IgnoredLine::NoKeyOrSection);
+    }
     return ConfigKey::None;
 }
 
-void CComponentClassInfoList::ParseSection(char* line, ComponentId* componentId, SectionKind* sectionKind)
+void CComponentClassInfoList::ParseSection(char* line, size_t length, char* open, ComponentId* componentId,
+                                           SectionKind* sectionKind)
 {
-    Platform::LowerCaseInPlace(line);
-    if (Platform::FindSubstring(line, "[logdefault]") != nullptr) {
-        *sectionKind = SectionKind::LogDefault;
-        return;
+    static constexpr std::string_view kLogDefault = "[logdefault]";
+    static constexpr std::string_view kDefaultValue = "[defaultvalue]";
+    // A line shorter than a name cannot hold it, and lower-casing a single-
+    // byte line serves to find the names only.
+    if (length >= kLogDefault.size() || leadBytes_) {
+        ConfigText::LowerCase(line, length, leadBytes_);
+        if (length >= kLogDefault.size() && ConfigText::Contains(line, kLogDefault.data(), leadBytes_)) {
+            *sectionKind = SectionKind::LogDefault;
+            return;
+        }
+        if (length >= kDefaultValue.size() && ConfigText::Contains(line, kDefaultValue.data(), leadBytes_)) {
+            *sectionKind = SectionKind::DefaultValue;
+            return;
+        }
     }
-    if (Platform::FindSubstring(line, "[defaultvalue]") != nullptr) {
-        *sectionKind = SectionKind::DefaultValue;
-        return;
-    }
-    char* const open = Find(line, '[');
-    char* const close = Find(line, ']');
-    if (open == nullptr || close == nullptr) return;
+    char* const close = ConfigText::Find(line, length, ']', leadBytes_);
+    if (close == nullptr) return NoteIgnoredLine(IgnoredLine::UnknownSection);
     *close = '\0';
     // A ']' before the '[' or right after it names no section.
-    if (close - open < 2) return;
+    if (close - open < 2) return NoteIgnoredLine(IgnoredLine::UnknownSection);
     // Anything else than a non-zero number continues the previous section.
-    const int number = std::atoi(open + 1);
-    if (number == 0) return;
+    // One too large for 32 bits names the id 0x7FFFFFFF (or 0x80000000).
+    const int32_t number = ReadLeadingNumber(open + 1);
+    if (number == 0) return NoteIgnoredLine(IgnoredLine::UnknownSection);
     *sectionKind = SectionKind::Component;
     *componentId = static_cast<ComponentId>(number);
 }
 
-ConfigKey CComponentClassInfoList::ParseKeyValue(char* line, char* value, int valueSize)
+ConfigKey CComponentClassInfoList::ParseKeyValue(char* line, char* equals, char* end, const char** value)
 {
-    char* const equals = Find(line, '=');
-    if (equals == nullptr) return ConfigKey::None;
-    *equals = '\0';
     // An empty key, as in "=x", matches none.
-    const char* const key = Trim(line, " \t");
+    size_t keyLength = 0;
+    const char* const key = Trim(line, equals, IsBlank, &keyLength);
     ConfigKey found = ConfigKey::None;
-    for (size_t i = 0; i < std::size(kKeys); ++i) {
-        if (Platform::CompareIgnoringCase(key, kKeys[i]) == 0) {
-            found = static_cast<ConfigKey>(i);
-            break;
-        }
+    for (size_t i = 0; i < std::size(kKeys) && found == ConfigKey::None; ++i) {
+        if (ConfigText::SameKey(key, keyLength, kKeys[i])) found = static_cast<ConfigKey>(i);
     }
     // A value that does not fit is refused with its line: a cut path or
     // list would name something else than the file says.
-    if (!CopyString(value, valueSize, Trim(equals + 1, " \t\""))) return ConfigKey::None;
+    size_t valueLength = 0;
+    const char* const trimmed = Trim(equals + 1, end, IsBlankOrQuote, &valueLength);
+    if (valueLength > kMaxValueLength) {
+        NoteIgnoredLine(IgnoredLine::ValueTooLong);
+        return ConfigKey::None;
+    }
+    *value = trimmed;
+    if (found == ConfigKey::None) NoteIgnoredLine(keyLength == 0 ? IgnoredLine::EmptyKey : IgnoredLine::UnknownKey);
     return found;
 }
 
 void CComponentClassInfoList::SetLogFlags(const char* value, SectionKind sectionKind, int which,
                                           ComponentClassInfo* record)
 {
-    uint32_t* mask = nullptr;
-    if (sectionKind == SectionKind::LogDefault) {
-        mask = which == 1 ? &defaultDebugOutputMask : which == 2 ? &defaultLogFileMask : nullptr;
-    } else if (sectionKind == SectionKind::Component && record != nullptr) {
-        mask = which == 1 ? &record->debugOutputMask : which == 2 ? &record->logFileMask : nullptr;
-        record->hasLogSetting = 1;
+    const bool logDefault = sectionKind == SectionKind::LogDefault;
+    const bool component = sectionKind == SectionKind::Component && record != nullptr;
+    if (component) record->hasLogSetting = 1;
+    if ((!logDefault && !component) || (which != 1 && which != 2)) {
+        return NoteIgnoredLine(IgnoredLine::LogKeyOutsideSection);
     }
-    if (mask == nullptr) return;
     uint32_t letters = 0;
     for (const char* c = value; *c != '\0'; ++c) {
         // A double-byte character is no letter, whatever its trail byte.
-        if (Platform::IsLeadByte(static_cast<unsigned char>(*c))) {
+        if (leadBytes_ && Platform::IsLeadByte(static_cast<unsigned char>(*c))) {
             if (c[1] == '\0') break;
             ++c;
             continue;
         }
         letters |= LogBit(*c);
     }
-    *mask = (*mask & ~kAllLogBits) | letters;
+    if (logDefault) {
+        uint32_t& mask = which == 1 ? defaultDebugOutputMask : defaultLogFileMask;
+        mask = (mask & ~kAllLogBits) | letters;
+    } else {
+        // A record's mask holds the log bits and nothing else.
+        (which == 1 ? record->debugOutputMask : record->logFileMask) = static_cast<uint8_t>(letters);
+    }
 }
 
 void CComponentClassInfoList::ApplyKey(ConfigKey key, const char* value, SectionKind sectionKind,
@@ -251,7 +302,8 @@ void CComponentClassInfoList::ApplyKey(ConfigKey key, const char* value, Section
         }
         break;
     case ConfigKey::Dll:
-        CopyString(record->dll, sizeof record->dll, value);
+        // The value stays where it is, in the text the catalog keeps.
+        record->dll = value;
         break;
     case ConfigKey::NotUseDefaultDllPath:
         record->notUseDefaultDllPath = value[0] == '1' ? 1 : 0;
@@ -266,7 +318,10 @@ void CComponentClassInfoList::ApplyKey(ConfigKey key, const char* value, Section
         break;
     case ConfigKey::Dlls:
         // A longer list is refused whole, like any value that does not fit.
-        if (std::strlen(value) > kMaxDllListLength) break;
+        if (std::strlen(value) > kMaxDllListLength) {
+            NoteIgnoredLine(IgnoredLine::ValueTooLong);
+            break;
+        }
         CopyString(dllList, sizeof dllList, value);
         if (dllList[0] != '\0') hasDllList = 1;
         break;
@@ -274,10 +329,13 @@ void CComponentClassInfoList::ApplyKey(ConfigKey key, const char* value, Section
         PreLoadDependDllList(value);
         break;
     case ConfigKey::MaxFileCount:
-        maxFileCount = std::atoi(value);
+        // Beyond 32 bits the count clamps to 2147483647 (or -2147483648).
+        maxFileCount = ReadLeadingNumber(value);
         break;
     case ConfigKey::MaxFileSize:
-        maxFileSize = static_cast<uint32_t>(std::atoi(value)) << kMebibyteShift;
+        // Beyond 32 bits the count clamps to 2147483647 (or -2147483648),
+        // and the shift makes that 0xFFF00000 bytes (or 0).
+        maxFileSize = static_cast<uint32_t>(ReadLeadingNumber(value)) << kMebibyteShift;
         break;
     }
 }

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <utility>
+#include <mutex>
 
 #include "catalog/component_class_info_list.h"
 #include "module/debug_line.h"
@@ -14,36 +16,70 @@ namespace Orvik {
 
 namespace {
 
-template <class Function>
-Function FindTypedExport(Platform::ModuleHandle module, const char* name)
-{
-    return reinterpret_cast<Function>(Platform::FindExport(module, name));
-}
-
 // Tells a provider which configuration it serves and where the factory is;
 // a module without these exports is simply not told.
 void IntroduceCatalog(Platform::ModuleHandle module, const char* registryPath)
 {
-    if (auto setRegistry = FindTypedExport<SetDllRegistryExport>(module, "SetDLLRegistry")) {
+    if (auto setRegistry = FindModuleExport<Exports::SetDLLRegistry>(module)) {
         setRegistry(registryPath);
     }
-    if (auto setFactory = FindTypedExport<SetFactoryHandleExport>(module, "SetFactoryHandle")) {
+    if (auto setFactory = FindModuleExport<Exports::SetFactoryHandle>(module)) {
         setFactory(ThisModuleHandle());
     }
 }
 
-// The catalog asks on the factory's behalf, so the factory is the creator.
-IComponent* CallCreateComponent(CreateComponentExport createComponent, ComponentId componentId)
+// Leaves a re-entrant lock for its own lifetime (once: a thread that holds
+// it more than once keeps it).
+class LockLeft {
+public:
+    explicit LockLeft(std::recursive_mutex* lock) : lock_(lock)
+    {
+        if (lock_ != nullptr) lock_->unlock();
+    }
+    ~LockLeft()
+    {
+        if (lock_ != nullptr) lock_->lock();
+    }
+    LockLeft(const LockLeft&) = delete;
+    LockLeft& operator=(const LockLeft&) = delete;
+
+private:
+    std::recursive_mutex* lock_;
+};
+
+}  // namespace
+
+void CComponentClassInfoList::SetOwnerLock(std::recursive_mutex* lock) { ownerLock_ = lock; }
+
+bool CComponentClassInfoList::IsCreatingThrough(Platform::ModuleHandle module) const
 {
-    IComponent* component = createComponent(static_cast<int32_t>(componentId), kFactoryComponentId);
+    return creating_.count(module) != 0;
+}
+
+IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponent::Function createComponent,
+                                                         Platform::ModuleHandle module, ComponentId componentId)
+{
+    // The creator runs without the owner's lock (it may ask for further
+    // components, or register a shared instance, from any thread), and the
+    // module is marked meanwhile so that nobody frees it under the call.
+    ++creating_[module];
+    IComponent* component = nullptr;
+    {
+        const LockLeft unlocked(ownerLock_);
+        // The catalog asks on the factory's behalf, so the factory is the
+        // creator. A module built otherwise may let an exception out of its
+        // export: it counts as a null result.
+        try {
+            component = createComponent(static_cast<int32_t>(componentId), kFactoryComponentId);
+        } catch (...) {
+        }
+    }
+    if (--creating_[module] == 0) creating_.erase(module);
     if (component == nullptr) {
-        CComponentClassInfoList::OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n",
-                                                 componentId);
+        OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n", componentId);
     }
     return component;
 }
-
-}  // namespace
 
 IComponent* CComponentClassInfoList::CreateComponentFromDll(ComponentId componentId)
 {
@@ -79,13 +115,17 @@ void CComponentClassInfoList::LoadConfigDll(ComponentClassInfo& record)
 
 void CComponentClassInfoList::ResolveConfigDllPath(ComponentClassInfo& record)
 {
+    char path[Platform::kMaxPath] = {};
     if (!IsRelativePath(record.dll)) {
-        CopyString(record.fullPath, sizeof record.fullPath, record.dll);
+        CopyString(path, sizeof path, record.dll);
     } else if (record.notUseDefaultDllPath != 0) {
-        JoinToProfileDirectory(configFilePath, record.dll, record.fullPath, sizeof record.fullPath);
+        JoinToProfileDirectory(configFilePath, record.dll, path, sizeof path);
     } else {
-        JoinPath(dllPath, record.dll, record.fullPath, sizeof record.fullPath);
+        JoinPath(dllPath, record.dll, path, sizeof path);
     }
+    // Resolved once per record, so kept once per record.
+    resolvedPaths_.emplace_front(path);
+    record.fullPath = resolvedPaths_.front().c_str();
     record.pathResolved = 1;
 }
 
@@ -93,8 +133,8 @@ IComponent* CComponentClassInfoList::CreateFromConfigDll(ComponentClassInfo& rec
 {
     if (record.module == nullptr) return nullptr;
     IntroduceCatalog(record.module, registryPath);
-    if (auto createComponent = FindTypedExport<CreateComponentExport>(record.module, "CreateComponent")) {
-        return CallCreateComponent(createComponent, componentId);
+    if (auto createComponent = FindModuleExport<Exports::CreateComponent>(record.module)) {
+        return CallCreateComponent(createComponent, record.module, componentId);
     }
     OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");
     OutputDebugLine("[Orvik_Error] DLL:%s\n", record.fullPath);
@@ -111,7 +151,9 @@ IComponent* CComponentClassInfoList::CreateFromDllList(ComponentId componentId)
     }
     DllListClassInfo& record = found->second;
     if (record.createComponent == nullptr) InitOrvikModule(record);
-    if (record.createComponent != nullptr) return CallCreateComponent(record.createComponent, componentId);
+    if (record.createComponent != nullptr) {
+        return CallCreateComponent(record.createComponent, record.module, componentId);
+    }
     OutputDebugLine("[Orvik_Error] InitOrvikModule Fail.\n");
     return nullptr;
 }
@@ -126,7 +168,7 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         const Platform::ModuleHandle module = Platform::LoadModule(path);
         loadError = Platform::GetLastErrorCode();
         if (module != nullptr) {
-            dllListModules.push_back(module);
+            dllListModules.emplace_back(module);
             for (auto& entry : dllListRecords) {
                 if (Platform::CompareText(entry.second.dllName, record.dllName) == 0) entry.second.module = module;
             }
@@ -140,7 +182,7 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
     IntroduceCatalog(record.module, registryPath);
     // A module without CreateComponent is not remembered as such: it is asked
     // again at the next request, and each failing request says so.
-    record.createComponent = FindTypedExport<CreateComponentFunction>(record.module, "CreateComponent");
+    record.createComponent = FindModuleExport<Exports::CreateComponent>(record.module);
 }
 
 IComponent* CComponentClassInfoList::CreateFromDefaultDll(ComponentId componentId)
@@ -156,8 +198,8 @@ IComponent* CComponentClassInfoList::CreateFromDefaultDll(ComponentId componentI
         return nullptr;
     }
     IntroduceCatalog(defaultDllModule, registryPath);
-    if (auto createComponent = FindTypedExport<CreateComponentExport>(defaultDllModule, "CreateComponent")) {
-        return CallCreateComponent(createComponent, componentId);
+    if (auto createComponent = FindModuleExport<Exports::CreateComponent>(defaultDllModule)) {
+        return CallCreateComponent(createComponent, defaultDllModule, componentId);
     }
     OutputDebugLine("[Orvik_Error] Can't find CreateComponent() in Default Component DLL.\n");
     return nullptr;
@@ -169,17 +211,17 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
     if (module == nullptr) return;
     bool released = false;
     if (hasDllList != 0) {
-        const auto listed = std::find(dllListModules.begin(), dllListModules.end(), module);
-        if (listed != dllListModules.end()) {
-            Platform::ReleaseModule(module);
-            dllListModules.erase(listed);
-            released = true;
-        }
+        // Every reference the scan and the reloads took: a module loaded
+        // again before it was unloaded is listed more than once.
+        const size_t before = dllListModules.size();
+        dllListModules.remove_if([module](const Platform::UniqueModule& held) { return held.get() == module; });
+        released = dllListModules.size() != before;
     }
     for (auto& entry : configRecords) {
         if (entry.second.module != module) continue;
-        Platform::ReleaseModule(module);
-        entry.second.module = nullptr;
+        // Records are plain values in a sorted array: the catalog drops a
+        // section's reference itself, by adopting it into an owner here.
+        Platform::UniqueModule(std::exchange(entry.second.module, nullptr)).reset();
         released = true;
     }
     // The module may have left memory with that reference, also when nobody

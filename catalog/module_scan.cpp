@@ -27,52 +27,47 @@ size_t FirstItemLength(const char* list)
     return comma != nullptr ? static_cast<size_t>(comma - list) : std::strlen(list);
 }
 
+}  // namespace
+
 // Lists a loaded module and records every id it reports as its own.
-void RecordScannedModule(CComponentClassInfoList& catalog, Platform::ModuleHandle module,
-                         const char* name, const char* path)
+void CComponentClassInfoList::RecordScannedModule(Platform::ModuleHandle module, const char* name, const char* path)
 {
-    catalog.dllListModules.push_back(module);
-    auto getIds = reinterpret_cast<GetComponentIdsExport>(Platform::FindExport(module, "GetComponentIDs"));
+    dllListModules.emplace_back(module);
+    auto getIds = FindModuleExport<Exports::GetComponentIDs>(module);
     if (getIds == nullptr) {
-        CComponentClassInfoList::OutputDebugLine(
-            "[Orvik_Error] No export \"GetComponentIDs\" function from %s Fail.\n", path);
+        OutputDebugLine("[Orvik_Error] No export \"GetComponentIDs\" function from %s Fail.\n", path);
         return;
     }
     uint32_t ids[kMaxScannedIds] = {};
     const int32_t count = std::min(getIds(ids, kMaxScannedIds), kMaxScannedIds);
     for (int32_t i = 0; i < count; ++i) {
         DllListClassInfo record{module, nullptr, {}};
-        CComponentClassInfoList::CopyString(record.dllName, sizeof record.dllName, name);
-        catalog.dllListRecords[ids[i]] = record;
+        CopyString(record.dllName, sizeof record.dllName, name);
+        dllListRecords[ids[i]] = record;
     }
 }
 
 // Remembers a name whose module did not load, once, for RescanFailedDlls.
-void NoteFailedDll(CComponentClassInfoList& catalog, const char* name, const char* path, uint32_t error)
+void CComponentClassInfoList::NoteFailedDll(const char* name, const char* path, uint32_t error)
 {
-    char* failed = catalog.failedDlls;
-    if (Platform::FindSubstring(failed, name) == nullptr) {
-        if (failed[0] != '\0') CComponentClassInfoList::AppendString(failed, sizeof catalog.failedDlls, ",");
-        CComponentClassInfoList::AppendString(failed, sizeof catalog.failedDlls, name);
+    if (Platform::FindSubstring(failedDlls, name) == nullptr) {
+        if (failedDlls[0] != '\0') AppendString(failedDlls, sizeof failedDlls, ",");
+        AppendString(failedDlls, sizeof failedDlls, name);
     }
-    CComponentClassInfoList::OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", path,
-                                             static_cast<int>(error));
+    OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", path, static_cast<int>(error));
 }
 
-}  // namespace
-
-// The modules of sections and the default module stay loaded.
 CComponentClassInfoList::~CComponentClassInfoList()
 {
-    if (hasDllList != 0) {
-        // A module that still has live components stays loaded.
-        for (Platform::ModuleHandle module : dllListModules) {
-            auto canUnloadNow = reinterpret_cast<OrvikDllCanUnloadNowExport>(
-                Platform::FindExport(module, "OrvikDllCanUnloadNow"));
-            if (canUnloadNow != nullptr && canUnloadNow() != 0) Platform::ReleaseModule(module);
-        }
+    // The modules of sections and the default module stay loaded, and so
+    // does a scanned module that still has live components; the scan's
+    // other references go first, then the preloaded modules'.
+    for (Platform::UniqueModule& module : dllListModules) {
+        auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module.get());
+        if (canUnloadNow == nullptr || canUnloadNow() == 0) module.release();
     }
-    for (Platform::ModuleHandle module : preloadedModules) Platform::ReleaseModule(module);
+    dllListModules.clear();
+    preloadedModules.clear();
 }
 
 bool CComponentClassInfoList::GetNextDllName(char* name, int size, bool consume)
@@ -102,11 +97,17 @@ void CComponentClassInfoList::ScanDllList()
         if (itemLength >= sizeof name || std::strlen(name) >= sizeof(DllListClassInfo::dllName)) {
             OutputDebugLine("[Orvik_Error] Name too long in the dlls list, skipped(%.*s).\n",
                             static_cast<int>(itemLength), dllList);
+            if (observer != nullptr) {
+                observer->OnScan(std::string(dllList, itemLength).c_str(), "", ScanOutcome::NameTooLong, 0);
+            }
             GetNextDllName(name, sizeof name, true);
             continue;
         }
         // An empty item ends the scan.
-        if (!taken) return;
+        if (!taken) {
+            if (observer != nullptr && dllList[0] != '\0') observer->OnScan(dllList, "", ScanOutcome::ListCut, 0);
+            return;
+        }
 
         char path[Platform::kMaxPath] = {};
         JoinPath(dllPath, name, path, sizeof path);
@@ -118,9 +119,12 @@ void CComponentClassInfoList::ScanDllList()
         if (Platform::FindSubstring(dllList, name) == nullptr) continue;
 
         if (module != nullptr) {
-            RecordScannedModule(*this, module, name, path);
+            RecordScannedModule(module, name, path);
         } else {
-            NoteFailedDll(*this, name, path, loadError);
+            NoteFailedDll(name, path, loadError);
+        }
+        if (observer != nullptr) {
+            observer->OnScan(name, path, module != nullptr ? ScanOutcome::Loaded : ScanOutcome::Failed, loadError);
         }
         GetNextDllName(name, sizeof name, true);
     }
@@ -155,13 +159,19 @@ void CComponentClassInfoList::PreLoadDependDllList(const char* list)
         Platform::SplitPath(path, nullptr, nullptr, baseName, nullptr);
         if (Platform::FindLoadedModule(baseName) != nullptr) {
             OutputDebugLine("[Orvik_Note] PreLoadDependDllList, %s already loaded!\n", baseName);
+            if (observer != nullptr) observer->OnPreload(path, PreloadOutcome::AlreadyLoaded, 0);
             continue;
         }
-        if (const Platform::ModuleHandle module = Platform::LoadModule(path)) {
-            preloadedModules.push_back(module);
+        Platform::UniqueModule module(Platform::LoadModule(path));
+        const uint32_t loadError = Platform::GetLastErrorCode();
+        if (observer != nullptr) {
+            observer->OnPreload(path, module ? PreloadOutcome::Loaded : PreloadOutcome::Failed, module ? 0 : loadError);
+        }
+        if (module) {
+            preloadedModules.push_back(std::move(module));
         } else {
             OutputDebugLine("[Orvik_Error] PreLoadDependDllList(%s) Fail. ErrorCode(%d)\n", path,
-                            static_cast<int>(Platform::GetLastErrorCode()));
+                            static_cast<int>(loadError));
         }
     }
 }

@@ -1,4 +1,7 @@
-# Settings shared by every target of the project.
+# Settings of the framework's own build. What a project built on the
+# framework needs travels with its targets (Orvik::platform,
+# orvik_add_component_module); the same settings here also reach the test
+# modules that link nothing of the framework.
 add_compile_options(-Wall -Wextra)
 
 # Each module keeps its runtime state to itself: nothing but the exports is
@@ -13,14 +16,27 @@ if(WIN32)
   # compiler DLLs next to it.
   add_link_options(-static -static-libgcc -static-libstdc++)
 else()
-  add_compile_options(-fno-gnu-unique)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fno-gnu-unique)
+  endif()
   # Programs and modules find the platform library in their own directory.
   set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
   set(CMAKE_BUILD_RPATH "\$ORIGIN")
   set(CMAKE_INSTALL_RPATH "\$ORIGIN")
 endif()
 
+# Fuzzing (clang): everything is instrumented for libFuzzer's coverage; the
+# fuzz targets link libFuzzer itself.
+if(ORVIK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(ORVIK_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(ORVIK_SANITIZE_THREAD)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
 endif()

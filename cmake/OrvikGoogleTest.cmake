@@ -3,7 +3,7 @@
 set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
-add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 # The sources predate some of the warnings we enable.
 foreach(target gtest gtest_main)
   target_compile_options(${target} PRIVATE -w)
@@ -29,7 +29,7 @@ function(orvik_add_test name)
     set(ARG_RESOURCE_LOCK_PROPERTY RESOURCE_LOCK ${ARG_RESOURCE_LOCK})
   endif()
   gtest_discover_tests(${name}
-    WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/bin
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
     PROPERTIES ENVIRONMENT "WINEDEBUG=-all" TIMEOUT 120 ${ARG_RESOURCE_LOCK_PROPERTY})

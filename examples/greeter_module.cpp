@@ -64,7 +64,7 @@ private:
         const int length = std::snprintf(line, sizeof line, "%s [Greeter] %s\n", stamp, text);
         if (length <= 0 || static_cast<size_t>(length) >= sizeof line) return;
 
-        Platform::EnterLock(info.lock);
+        Platform::LockGuard guard(*info.lock);
         if (IsOpen(info.file) &&
             Platform::GetFileSizeLow(info.file) + static_cast<uint32_t>(length) > info.maxFileSize) {
             factory.StartNewLogFile();
@@ -73,7 +73,6 @@ private:
             uint32_t written = 0;
             Platform::WriteToFile(info.file, line, static_cast<uint32_t>(length), &written);
         }
-        Platform::LeaveLock(info.lock);
     }
 };
 

@@ -1,11 +1,11 @@
 // orvik_example: a host program and its component modules.
 //
-// The host is not a component module and has no bootstrap of its own. It
-// loads its app module by name, asks the module's CreateComponent export
-// for the app component, and lets the app reach everything else through
-// the factory. What stays with the host is what only a program can do:
-// dispatch its thread's messages (which drives the unloading of idle
-// modules) and end the factory when the program is done.
+// The host is not a component module and has no bootstrap of its own.
+// Through Orvik::Host::AppHost it loads its app module by name, asks the
+// module for the app component and, at the end, shuts the factory down; the
+// app reaches everything else through the factory. What stays with the host
+// is what only a program can do: dispatch its thread's messages, which
+// drives the unloading of idle modules.
 //
 // Exits with 0 when every check passed.
 
@@ -14,8 +14,9 @@
 
 #include "examples/example_interfaces.h"
 #include "examples/host_support.h"
-#include "module/component_factory.h"
-#include "platform/debug_output.h"
+#include "host/app_host.h"
+#include "host/debug_printer.h"
+#include "module/version.h"
 #include "platform/file_system.h"
 #include "platform/module_loader.h"
 #include "platform/thread_timer.h"
@@ -91,20 +92,12 @@ void Walkthrough(IExampleApp& app, const std::string& logRoot)
 
 // The app first, then the shared instances, then the factory itself, which
 // closes the log file and keeps only the newest MaxFileCount log files.
-void Shutdown(IExampleApp& app, const std::string& logRoot)
+void Shutdown(Orvik::Host::AppHost& host, const std::string& logRoot)
 {
     Step("Shutdown");
-    app.Release(0);
-    std::printf("  released the app component\n");
-    // The factory is one object per process: its module hands the same one
-    // to whoever asks for 361.
-    auto* factory = static_cast<Orvik::IOrvikComponentFactory*>(
-        CreateFromModule(Platform::FindLoadedModule("OrvFact.dll"), Orvik::kFactoryComponentId));
-    Check(factory != nullptr, "got the factory from OrvFact.dll");
-    if (factory == nullptr) return;
-    factory->ReleaseRegisteredInstances();
-    factory->Release(1);
-    std::printf("  released the shared instances and the factory\n");
+    const bool factoryEnded = host.Shutdown();
+    Check(factoryEnded, "released the app component, the shared instances and the factory");
+    if (!factoryEnded) return;
 
     const LogFolder logs = InspectLogFolder(logRoot + "\\OrvikLog");
     std::printf("  the log file %s\\OrvikLog\\%s holds:\n", logRoot.c_str(), logs.newestName.c_str());
@@ -119,22 +112,23 @@ void Shutdown(IExampleApp& app, const std::string& logRoot)
 
 int main()
 {
-    Platform::SetDebugSink(PrintDebugText, nullptr);
-    const std::string hostDirectory = HostDirectory();
-    std::printf("Orvik example, running in %s\n", hostDirectory.c_str());
+    Orvik::Host::PrintDebugOutput(stdout, "  [debug] ");
+    const std::string hostDirectory = Orvik::Host::ProgramDirectory();
+    std::printf("Orvik %s example, running in %s\n", ORVIK_VERSION_STRING, hostDirectory.c_str());
 
     Step("Start");
     // A bare name is looked for in the program's directory first.
-    const Platform::ModuleHandle appModule = Platform::LoadModule("ExampleApp.dll");
-    auto* app = static_cast<IExampleApp*>(CreateFromModule(appModule, IExampleApp::kComponentId));
-    Check(app != nullptr, "loaded ExampleApp.dll and created its app component");
-    if (app != nullptr) {
-        const std::string logRoot = hostDirectory + "\\logs";
-        Platform::MakeDirectory(logRoot.c_str());  // may exist from an earlier run
-        Walkthrough(*app, logRoot);
-        Shutdown(*app, logRoot);
-    }
-    if (appModule != nullptr) Platform::ReleaseModule(appModule);
+    {
+        Orvik::Host::AppHost host("ExampleApp.dll");
+        auto* app = host.Create<IExampleApp>();
+        Check(app != nullptr, "loaded ExampleApp.dll and created its app component");
+        if (app != nullptr) {
+            const std::string logRoot = hostDirectory + "\\logs";
+            Platform::MakeDirectory(logRoot.c_str());  // may exist from an earlier run
+            Walkthrough(*app, logRoot);
+            Shutdown(host, logRoot);
+        }
+    }  // the app module goes here, before the summary
 
     if (g_failures == 0) {
         std::printf("\nEvery step behaved as expected.\n");

@@ -5,11 +5,11 @@
 // path, unloads modules that fall idle, and owns the process's log files.
 //
 // The operations are spread over files by concern:
-//   factory_object.cpp     construction, requests, configuration paths, root path
+//   factory_object.cpp     construction, requests, configuration paths,
+//                          root path, log settings
 //   instance_registry.cpp  shared instances, idle modules and the unload timer
 //   module_unloading.cpp   unloading a module, shutdown
-//   log/log_settings.cpp   QueryLogSetting
-//   log/log_files.cpp      creating, replacing and pruning log files
+// Log settings and log files are the log library's (log/).
 
 #include <functional>
 #include <map>
@@ -20,8 +20,11 @@
 #include <vector>
 
 #include "catalog/component_class_info_list.h"
+#include "log/log_files.h"
+#include "factory/open_hash_map.h"
 #include "module/component_factory.h"
 #include "module/component_impl.h"
+#include "platform/lock.h"
 #include "platform/thread_timer.h"
 #include "util/file_operator.h"
 #include "util/string_manipulate.h"
@@ -51,19 +54,9 @@ public:
     Platform::FileHandle StartNewLogFile() override;
     void Uninitialize() override;
 
-    // Relative paths are completed with the host directory.
+    // Relative paths are completed with the host directory (asked for by
+    // the path helpers).
     const char* GetBaseDirectory() const { return GetHostDirectory(); }
-    // Lists the log directory's ".log" files for RemoveOldLogFiles.
-    void OnFileFound(const Platform::FindData& data, void* context) override;
-
-    // The file actually read for a configuration path, following the
-    // "Redirect"/"Path" entries.
-    void ResolveConfigPath(const char* path, char* buffer, int size);
-    void CreateLogFile();
-    void RemoveOldLogFiles();
-    // One pass over the modules waiting to be unloaded.
-    void UnloadPendingModules();
-    static void UnloadTimerProc(void* window, uint32_t message, Platform::TimerId id, uint32_t time);
 
 private:
     // Module handles in the order of their numeric value.
@@ -73,32 +66,44 @@ private:
             return reinterpret_cast<uintptr_t>(a) < reinterpret_cast<uintptr_t>(b);
         }
     };
-    // The latest file time first.
-    struct LaterFirst {
-        bool operator()(const Platform::FileTime& a, const Platform::FileTime& b) const;
-    };
-    using OldFileList = std::map<Platform::FileTime, std::string, LaterFirst>;
 
-    // "<root>\OrvikLog\" into a 260-byte buffer; false when it does not fit.
-    bool FormLogDirectory(char* directory);
+    // The file actually read for a configuration path, following the
+    // "Redirect"/"Path" entries. Each file on the way is read once, into
+    // reader, the catalog that LoadConfigFile then loads from the result.
+    void ResolveConfigPath(const char* path, char* buffer, int size, CComponentClassInfoList& reader);
+    // One pass over the modules waiting to be unloaded.
+    void UnloadPendingModules();
+    static void UnloadTimerProc(void* window, uint32_t message, Platform::TimerId id, uint32_t time);
+    // Appends instance to the registered-instance list unless it is listed.
+    void ListInstance(IComponent* instance);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
     void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);
 
-    // Fields, in the order of construction.
-    std::map<ComponentId, IComponent*> registeredInstances_;
+    using Catalog = std::shared_ptr<CComponentClassInfoList>;
+    using StateGuard = std::lock_guard<std::recursive_mutex>;
+
+    // Fields, in the order of construction. stateLock_ guards every other
+    // field but the log files, which guard themselves, and is held around
+    // every call of a catalog. Requests look the registry up twice each (by
+    // id, and whether to release), in constant time.
+    std::recursive_mutex stateLock_;
+    TOpenHashMap<ComponentId, IComponent*> registeredInstances_;
     std::vector<IComponent*> registeredList_;
+    // The members of registeredList_.
+    TOpenHashMap<IComponent*, bool> listedInstances_;
     // Released by ReleaseRegisteredInstances: listed, never used again.
     std::set<IComponent*> releasedInstances_;
     Platform::CriticalSection factoryLock_;
-    LogFileInfo logFileInfo_;
-    // Two first log-setting queries must not open two files.
-    std::mutex logFileOpening_;
+    char rootPath_[Platform::kMaxPath];
+    CLogFiles logFiles_;
     CComponentClassInfoList defaultCatalog_;
-    std::map<std::string, std::unique_ptr<CComponentClassInfoList>> catalogs_;
+    // Looked up by the caller's text as it is, without making a string. A
+    // request holds its catalog while it runs, so a shutdown meanwhile
+    // destroys the catalog only when the request is done with it.
+    std::map<std::string, Catalog, std::less<>> catalogs_;
     std::set<Platform::ModuleHandle, HandleOrder> pendingModules_;
     Platform::TimerId timerId_ = 0;
-    char rootPath_[Platform::kMaxPath];
 };
 
 // True from the factory's construction to the start of its Uninitialize.

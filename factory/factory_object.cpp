@@ -1,12 +1,11 @@
 #include "factory/component_factory.h"
 
 #include <atomic>
-#include <set>
-#include <string>
 
+#include "bootstrap/profile_resolution.h"
+#include "log/log_settings.h"
 #include "module/component_impl.h"
 #include "platform/multibyte.h"
-#include "platform/profile.h"
 
 namespace Orvik {
 
@@ -22,86 +21,99 @@ bool IsFactoryAlive() { return g_factoryAlive; }
 
 void SetFactoryAlive(bool alive) { g_factoryAlive = alive; }
 
-COrvikComponentFactory::COrvikComponentFactory() : rootPath_{}
+COrvikComponentFactory::COrvikComponentFactory() : rootPath_{}, logFiles_(&factoryLock_, rootPath_)
 {
     g_factoryAlive = true;
-    logFileInfo_.lock = &factoryLock_;
-    logFileInfo_.file = Platform::InvalidFileHandle();
-    // Until a log-setting query copies the configured limits, shutdown keeps
-    // every log file.
-    logFileInfo_.maxFileCount = ~uint32_t{0};
-    logFileInfo_.maxFileSize = ~uint32_t{0};
+    const StateGuard guard(stateLock_);
     CopyString(rootPath_, sizeof rootPath_, GetHostDirectory());
     Platform::InitializeLock(&factoryLock_);
+    defaultCatalog_.SetOwnerLock(&stateLock_);
 
     char start[Platform::kMaxPath] = {};
     char resolved[Platform::kMaxPath] = {};
     JoinToBaseDirectory("Orvik.ini", start, sizeof start);
-    ResolveConfigPath(start, resolved, sizeof resolved);
+    ResolveConfigPath(start, resolved, sizeof resolved, defaultCatalog_);
     defaultCatalog_.LoadConfigFile("", resolved);
 }
 
+// The factory's operations are called from other modules: those that can
+// meet an exception (an allocation, another module's code) keep it in.
 IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const char* configPath)
-{
-    auto registered = registeredInstances_.find(id);
-    if (registered != registeredInstances_.end()) return registered->second;
+try {
+    const StateGuard guard(stateLock_);
+    if (IComponent** registered = registeredInstances_.Find(id)) return *registered;
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 
     auto known = catalogs_.find(configPath);
-    if (known != catalogs_.end()) return known->second->CreateComponentFromDll(id);
+    if (known != catalogs_.end()) {
+        const Catalog catalog = known->second;
+        return catalog->CreateComponentFromDll(id);
+    }
 
-    std::unique_ptr<CComponentClassInfoList> catalog(new (std::nothrow) CComponentClassInfoList);
+    Catalog catalog(new (std::nothrow) CComponentClassInfoList);
     if (!catalog) return nullptr;
+    catalog->SetOwnerLock(&stateLock_);
     char resolved[Platform::kMaxPath] = {};
-    ResolveConfigPath(configPath, resolved, sizeof resolved);
+    ResolveConfigPath(configPath, resolved, sizeof resolved, *catalog);
     catalog->LoadConfigFile(configPath, resolved);
-    CComponentClassInfoList& inserted = *catalogs_.emplace(configPath, std::move(catalog)).first->second;
-    return inserted.CreateComponentFromDll(id);
+    catalogs_.emplace(configPath, catalog);
+    return catalog->CreateComponentFromDll(id);
+} catch (...) {
+    return nullptr;
 }
 
-void COrvikComponentFactory::ResolveConfigPath(const char* path, char* buffer, int size)
+void COrvikComponentFactory::ResolveConfigPath(const char* path, char* buffer, int size,
+                                               CComponentClassInfoList& reader)
 {
-    // The files read so far, as spelled: a chain of absolute redirects that
-    // comes back to one of them stops there. (Ignoring case could stop early
-    // where the file system tells a.ini from A.ini.)
-    std::set<std::string> visited;
-    std::string next = path != nullptr ? path : std::string();
-    bool nullPath = path == nullptr;
-    char start[Platform::kMaxPath];
-    char redirect[Platform::kMaxPath];
-    for (;;) {
-        const char* current = nullPath ? nullptr : next.c_str();
-        start[0] = '\0';
-        if (IsRelativePath(current)) {
-            JoinToBaseDirectory(current, start, sizeof start);
-        } else {
-            CopyString(start, sizeof start, current);
-        }
-        redirect[0] = '\0';
-        Platform::ReadProfileValue("Redirect", "Path", nullptr, redirect, sizeof redirect, start);
-        visited.insert(start);
-
-        if (IsBlankString(redirect)) {
-            CopyString(buffer, size, start);
-            return;
-        }
-        if (IsRelativePath(redirect)) {
-            // A relative redirect ends the chain.
-            JoinToProfileDirectory(start, redirect, buffer, size);
-            return;
-        }
-        if (visited.count(redirect) != 0) {
-            // A cycle of absolute redirects: the file reached last is read.
-            CopyString(buffer, size, start);
-            return;
-        }
-        next = redirect;
-        nullPath = false;
+    char profile[Platform::kMaxPath] = {};
+    if (IsRelativePath(path)) {
+        JoinToBaseDirectory(path, profile, sizeof profile);
+    } else {
+        CopyString(profile, sizeof profile, path);
     }
+    // Each file on the way is read into reader, which keeps the last one for
+    // the parse. Unlike the bootstrap's, the factory's blank rule keeps tabs
+    // as text.
+    struct CatalogReader : RedirectReader {
+        explicit CatalogReader(CComponentClassInfoList& catalog) : catalog(catalog) {}
+        void ReadRedirect(const char* file, char* value, int valueSize) override
+        {
+            catalog.ReadRedirectPath(file, value, valueSize);
+        }
+        CComponentClassInfoList& catalog;
+    } catalogReader(reader);
+    FollowRedirects(profile, &IsBlankString, nullptr, &catalogReader);
+    CopyString(buffer, size, profile);
+}
+
+void COrvikComponentFactory::QueryLogSetting(const char* configPath, ComponentId id, uint32_t* debugOutputMask,
+                                             uint32_t* logFileMask, LogFileInfo** info)
+try {
+    const StateGuard guard(stateLock_);
+    CComponentClassInfoList* catalog = &defaultCatalog_;
+    if (configPath != nullptr && configPath[0] != '\0') {
+        // No catalog is made here: an unknown path leaves the caller's masks.
+        auto known = catalogs_.find(configPath);
+        catalog = known != catalogs_.end() ? known->second.get() : nullptr;
+    }
+    // After shutdown began the record's lock is gone: no record is handed out.
+    Orvik::QueryLogSetting(catalog, defaultCatalog_, id, debugOutputMask, logFileMask, info, logFiles_,
+                           IsFactoryAlive());
+} catch (...) {
+    *info = nullptr;
+}
+
+Platform::FileHandle COrvikComponentFactory::StartNewLogFile()
+try {
+    const StateGuard guard(stateLock_);
+    return logFiles_.StartNewLogFile();
+} catch (...) {
+    return Platform::InvalidFileHandle();
 }
 
 void COrvikComponentFactory::SetRootPath(const char* path)
 {
+    const StateGuard guard(stateLock_);
     // A path too long for the field leaves the root path as it was.
     if (path != nullptr && path[0] != '\0') CopyString(rootPath_, sizeof rootPath_, path);
 }
@@ -109,6 +121,7 @@ void COrvikComponentFactory::SetRootPath(const char* path)
 int32_t COrvikComponentFactory::CopyRootPath(char* buffer)
 {
     if (buffer == nullptr) return 0;
+    const StateGuard guard(stateLock_);
     Platform::CopyBytesBounded(buffer, rootPath_, sizeof rootPath_);
     return 1;
 }
@@ -117,9 +130,12 @@ void COrvikComponentFactory::RetryFailedModules(const char* configPath)
 {
     // After shutdown began the lock is gone: late calls do nothing.
     if (!g_factoryAlive || (configPath != nullptr && configPath[0] != '\0')) return;
-    Platform::EnterLock(&factoryLock_);
-    defaultCatalog_.RescanFailedDlls();
-    Platform::LeaveLock(&factoryLock_);
+    const Platform::LockGuard guard(factoryLock_);
+    const StateGuard state(stateLock_);
+    try {
+        defaultCatalog_.RescanFailedDlls();
+    } catch (...) {
+    }
 }
 
 void COrvikComponentFactory::ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit)

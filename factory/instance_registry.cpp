@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "bootstrap/orvik_ptr.h"
 #include "factory/component_factory.h"
 
@@ -7,62 +5,93 @@ namespace Orvik {
 
 namespace {
 constexpr uint32_t kUnloadDelayMs = 100;
-
-bool Listed(const std::vector<IComponent*>& list, IComponent* instance)
-{
-    return std::find(list.begin(), list.end(), instance) != list.end();
-}
 }  // namespace
 
-void COrvikComponentFactory::RegisterInstance(ComponentId id, IComponent* instance)
+void COrvikComponentFactory::ListInstance(IComponent* instance)
 {
+    if (listedInstances_.Find(instance) != nullptr) return;
+    registeredList_.push_back(instance);
+    listedInstances_.Set(instance, true);
+}
+
+void COrvikComponentFactory::RegisterInstance(ComponentId id, IComponent* instance)
+try {
     // The factory never registers itself: releasing the registered
     // instances would destroy it in the middle of the walk.
     if (instance == nullptr || instance == this) return;
-    registeredInstances_[id] = instance;
-    if (!Listed(registeredList_, instance)) registeredList_.push_back(instance);
+    const StateGuard guard(stateLock_);
+    registeredInstances_.Set(id, instance);
+    ListInstance(instance);
+} catch (...) {
 }
 
 void COrvikComponentFactory::AddRegisteredInstance(IComponent* instance)
-{
+try {
     if (instance == nullptr || instance == this) return;
-    if (!Listed(registeredList_, instance)) registeredList_.push_back(instance);
+    const StateGuard guard(stateLock_);
+    ListInstance(instance);
+} catch (...) {
 }
 
 int32_t COrvikComponentFactory::IsRegisteredInstance(IComponent* instance)
 {
-    return instance != nullptr && Listed(registeredList_, instance) ? 1 : 0;
+    if (instance == nullptr) return 0;
+    const StateGuard guard(stateLock_);
+    return listedInstances_.Find(instance) != nullptr ? 1 : 0;
 }
 
 void COrvikComponentFactory::ReleaseRegisteredInstances()
-{
+try {
     // Released instances stay listed, so smart pointers still leave them
-    // alone, but they are never handed out or released again.
-    for (auto it = registeredList_.rbegin(); it != registeredList_.rend(); ++it) {
-        IComponent* instance = *it;
-        if (!releasedInstances_.insert(instance).second) continue;
-        for (auto entry = registeredInstances_.begin(); entry != registeredInstances_.end();) {
-            entry = entry->second == instance ? registeredInstances_.erase(entry) : std::next(entry);
-        }
-        instance->Release(1);
+    // alone, but they are never handed out or released again. The list
+    // only grows, at its end: instances listed during the walk stay.
+    size_t index = 0;
+    {
+        const StateGuard guard(stateLock_);
+        index = registeredList_.size();
     }
+    while (index-- > 0) {
+        IComponent* instance = nullptr;
+        {
+            const StateGuard guard(stateLock_);
+            instance = registeredList_[index];
+            if (!releasedInstances_.insert(instance).second) continue;
+            registeredInstances_.EraseIf(
+                [instance](ComponentId, IComponent* registered) { return registered == instance; });
+        }
+        // Released without the lock: the instance may call the factory. One
+        // whose release throws does not keep the others alive.
+        try {
+            instance->Release(1);
+        } catch (...) {
+        }
+    }
+} catch (...) {
 }
 
 void COrvikComponentFactory::NotifyModuleIdle(Platform::ModuleHandle module)
-{
+try {
+    const StateGuard guard(stateLock_);
     pendingModules_.insert(module);
     ForEachCatalog([module](CComponentClassInfoList& catalog) { catalog.ClearModuleRecords(module); });
-    if (timerId_ == 0) timerId_ = Platform::StartThreadTimer(kUnloadDelayMs, UnloadTimerProc);
+    // A thread's timers end with the thread: the timer of a thread that has
+    // ended is replaced by one of this thread.
+    if (timerId_ == 0 || !Platform::ThreadTimerIsRunning(timerId_)) {
+        timerId_ = Platform::StartThreadTimer(kUnloadDelayMs, UnloadTimerProc);
+    }
+} catch (...) {
 }
 
 void COrvikComponentFactory::UnloadTimerProc(void*, uint32_t, Platform::TimerId, uint32_t)
-{
+try {
     TOrvikPtr<IOrvikComponentFactory, 0> factory;
     if (IsFactoryAlive() && factory) static_cast<COrvikComponentFactory*>(factory.get())->UnloadPendingModules();
+} catch (...) {
 }
 
 void COrvikComponentFactory::UnloadPendingModules()
 {
+    const StateGuard guard(stateLock_);
     if (!pendingModules_.empty()) {
         // Unloading may report further idle modules; they change the set,
         // not this copy, and are dropped with the others.

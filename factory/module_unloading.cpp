@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "bootstrap/factory_bootstrap.h"
 #include "factory/component_factory.h"
 #include "module/module_exports.h"
@@ -5,35 +7,43 @@
 namespace Orvik {
 
 int32_t COrvikComponentFactory::TryUnloadModule(Platform::ModuleHandle module)
-{
+try {
+    const StateGuard guard(stateLock_);
+    // A creation through the module is under way: it stays. Its component
+    // will say when the module is idle again.
+    bool creating = false;
+    ForEachCatalog([&](CComponentClassInfoList& catalog) { creating = creating || catalog.IsCreatingThrough(module); });
+    if (creating) return 0;
     // Also missing for a handle that names no loaded module.
-    auto canUnloadNow =
-        reinterpret_cast<OrvikDllCanUnloadNowExport>(Platform::FindExport(module, "OrvikDllCanUnloadNow"));
+    auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module);
     if (canUnloadNow == nullptr || canUnloadNow() == 0) return 0;
     ForEachCatalog([module](CComponentClassInfoList& catalog) { catalog.FreeModule(module); });
     return 1;
+} catch (...) {
+    return 0;
 }
 
 void COrvikComponentFactory::Uninitialize()
-{
+try {
     SetFactoryAlive(false);
-    Platform::EnterLock(&factoryLock_);
-    // In the paths' order: destroying a catalog may free modules.
-    for (auto& entry : catalogs_) entry.second.reset();
-    catalogs_.clear();
-    pendingModules_.clear();
-    if (timerId_ != 0) {
-        // Safe from any thread: the platform stops another thread's timer too.
-        Platform::StopThreadTimer(timerId_);
-        timerId_ = 0;
+    Platform::TimerId timer = 0;
+    {
+        const Platform::LockGuard guard(factoryLock_);
+        const StateGuard state(stateLock_);
+        // In the paths' order: destroying a catalog may free modules.
+        for (auto& entry : catalogs_) entry.second.reset();
+        catalogs_.clear();
+        pendingModules_.clear();
+        timer = std::exchange(timerId_, 0);
     }
-    Platform::LeaveLock(&factoryLock_);
+    // Safe from any thread: the platform stops another thread's timer too,
+    // and waits for a tick under way there, which needs the state lock.
+    if (timer != 0) Platform::StopThreadTimer(timer);
     Platform::DeleteLock(&factoryLock_);
 
-    Platform::FileHandle& file = logFileInfo_.file;
-    if (file != nullptr && file != Platform::InvalidFileHandle()) Platform::CloseFile(file);
-    file = nullptr;
-    RemoveOldLogFiles();
+    logFiles_.CloseLogFile();
+    logFiles_.RemoveOldLogFiles();
+} catch (...) {
 }
 
 // Members go in the reverse order of their construction: the pending set,

@@ -1,25 +1,49 @@
-#include <string>
+#include "log/log_files.h"
 
-#include "factory/component_factory.h"
 #include "platform/local_time.h"
 #include "platform/multibyte.h"
 #include "platform/path_split.h"
 
 namespace Orvik {
 
-bool COrvikComponentFactory::LaterFirst::operator()(const Platform::FileTime& a, const Platform::FileTime& b) const
+bool CLogFiles::LaterFirst::operator()(const Platform::FileTime& a, const Platform::FileTime& b) const
 {
     return Rules::IsLaterFileTime(a, b) != 0;
 }
 
-bool COrvikComponentFactory::FormLogDirectory(char* directory)
+CLogFiles::CLogFiles(Platform::CriticalSection* lock, const char* rootPath) : rootPath_(rootPath)
+{
+    info_.lock = lock;
+    info_.file = Platform::InvalidFileHandle();
+    // Until a log-setting query copies the configured limits, shutdown keeps
+    // every log file.
+    info_.maxFileCount = ~uint32_t{0};
+    info_.maxFileSize = ~uint32_t{0};
+}
+
+LogFileInfo* CLogFiles::OpenRecord(uint32_t maxFileCount, uint32_t maxFileSize)
+{
+    info_.maxFileCount = maxFileCount;
+    info_.maxFileSize = maxFileSize;
+    std::lock_guard<std::mutex> opening(opening_);
+    if (info_.file == Platform::InvalidFileHandle()) CreateLogFile();
+    return &info_;
+}
+
+bool CLogFiles::FormLogDirectory(char* directory) const
 {
     // A root path too long for "\OrvikLog\" gives no directory: nothing is
     // created or deleted then.
     return FormatString(directory, Platform::kMaxPath, 0, "%s\\%s", rootPath_, "OrvikLog\\") != 0;
 }
 
-void COrvikComponentFactory::CreateLogFile()
+void CLogFiles::Adopt(Platform::UniqueFile file)
+{
+    file_ = std::move(file);
+    info_.file = file_.get();
+}
+
+void CLogFiles::CreateLogFile()
 {
     char directory[Platform::kMaxPath] = {};
     char stamp[Platform::kMaxPath] = {};
@@ -28,20 +52,24 @@ void COrvikComponentFactory::CreateLogFile()
     Platform::FormatLocalTime(stamp, sizeof stamp, "%Y%m%d_%H%M%S");
     if (FormatString(name, sizeof name, 0, "%s%s.log", directory, stamp) == 0) return;
     CreateDirectoryForPath(directory);
-    logFileInfo_.file = Platform::CreateFileForWriting(name);
+    Adopt(Platform::UniqueFile(Platform::CreateFileForWriting(name)));
 }
 
-Platform::FileHandle COrvikComponentFactory::StartNewLogFile()
+Platform::FileHandle CLogFiles::StartNewLogFile()
 {
-    std::lock_guard<std::mutex> opening(logFileOpening_);
-    Platform::FileHandle& file = logFileInfo_.file;
-    if (file != nullptr && file != Platform::InvalidFileHandle()) Platform::CloseFile(file);
-    file = nullptr;
+    std::lock_guard<std::mutex> opening(opening_);
+    CloseLogFile();
     CreateLogFile();
-    return file;
+    return info_.file;
 }
 
-void COrvikComponentFactory::OnFileFound(const Platform::FindData& data, void* context)
+void CLogFiles::CloseLogFile()
+{
+    file_.reset();
+    info_.file = nullptr;
+}
+
+void CLogFiles::OnFileFound(const Platform::FindData& data, void* context)
 {
     if ((data.attributes & Platform::kFileAttributeDirectory) != 0) return;
     char extension[Platform::kMaxExtension] = {};
@@ -51,13 +79,13 @@ void COrvikComponentFactory::OnFileFound(const Platform::FindData& data, void* c
     static_cast<OldFileList*>(context)->emplace(data.lastWriteTime, data.name);
 }
 
-void COrvikComponentFactory::RemoveOldLogFiles()
+void CLogFiles::RemoveOldLogFiles()
 {
     char directory[Platform::kMaxPath] = {};
     if (!FormLogDirectory(directory)) return;
     OldFileList files;
     EnumerateFiles(directory, &files);
-    uint32_t keep = logFileInfo_.maxFileCount;
+    uint32_t keep = info_.maxFileCount;
     for (const auto& file : files) {
         if (keep > 0) {
             --keep;

@@ -6,13 +6,16 @@
 //   class CClock : public TComponentImpl<IClock, CClock, 1200, 0, 0> { ... };
 //   static TComponentRegistrar<CClock> clockRegistrar;
 
+#include <atomic>
 #include <cstdint>
+#include <exception>
 #include <list>
 #include <map>
+#include <mutex>
 #include <new>
 
-#include "bootstrap/factory_bootstrap.h"
 #include "module/component.h"
+#include "module/factory_notices.h"
 #include "module/module_runtime.h"
 #include "platform/debug_output.h"
 #include "util/bootstrap_helpers.h"
@@ -58,7 +61,21 @@ public:
     ComponentId GetComponentID() override { return Id; }
     int32_t GetVersion() override { return 1; }
 
+    // Nothing that Uninitialize or the idle notice throws leaves Release: a
+    // component whose finalisation throws stays as it was, live and listed,
+    // and the leak report names it.
     void Release(int32_t force) override
+    {
+        // The module stays loaded until this returns, idle notice included.
+        const ModuleCallScope inside;
+        try {
+            ReleaseInside(force);
+        } catch (...) {
+        }
+    }
+
+private:
+    void ReleaseInside(int32_t force)
     {
         if (!IsDllSafe()) return;
         const bool allowed = !(needsForce_ != 0 && force == 0);
@@ -70,13 +87,23 @@ public:
         if (!allowed || hold_ != 0) return;
         const int32_t requestUnload = GetComponentID() != kFactoryComponentId ? 1 : 0;
         const void* address = static_cast<IComponent*>(this);
-        TOrvik<Class>* self = this;
-        delete self;
+        // CreateInstance made exactly a Class with the global operator new.
+        // Its memory is freed only once the live map has forgotten the
+        // address: a component another thread makes meanwhile cannot take
+        // the address of one still listed.
+        Class* object = static_cast<Class*>(this);
+        object->~Class();
+        // The idle notice may throw; the memory goes in any case.
+        struct Freed {
+            Class* object;
+            ~Freed() { ::operator delete(object); }
+        } freed{object};
         RemoveLiveComponent(address, requestUnload);
     }
 
-    uint32_t GetAutoRelease() override { return autoRelease_; }
-    void SetAutoRelease(uint32_t value) override { autoRelease_ = value; }
+public:
+    uint32_t GetAutoRelease() override { return autoRelease_.load(std::memory_order_relaxed); }
+    void SetAutoRelease(uint32_t value) override { autoRelease_.store(value, std::memory_order_relaxed); }
     void Reserved1() override {}
     void Reserved2() override {}
     void Reserved3() override {}
@@ -101,12 +128,15 @@ public:
     static IComponent* CreateInstance()
     {
         if (Singleton == 0) return new (std::nothrow) Class;
+        // One creation at a time; the object is handed out only once it is
+        // registered, so nobody can release it as an ordinary component.
+        std::lock_guard<std::recursive_mutex> creating(SingletonLock());
         if (instance_ == nullptr) {
             Class* object = new (std::nothrow) Class;
-            instance_ = object;
             if (object != nullptr && object->GetComponentID() != kFactoryComponentId) {
                 RegisterSingleton(Id, object);
             }
+            instance_ = object;
         }
         return instance_;
     }
@@ -115,20 +145,35 @@ protected:
     TComponentImpl() = default;
     ~TComponentImpl() override
     {
-        // Only Release may end a component, after finalising it.
-        if (finalisePending_ != 0 || hold_ != 0) Platform::BreakIntoDebugger();
+        // Only Release may end a component, after finalising it. An object
+        // whose constructor threw is unwound through here: it never became a
+        // component, which is no programming error of the framework's kind.
+        if ((finalisePending_ != 0 || hold_ != 0) && std::uncaught_exceptions() == 0) {
+            Platform::BreakIntoDebugger();
+        }
         // A destroyed singleton is never handed out; the next creation makes
         // a new one.
-        if (instance_ == this) instance_ = nullptr;
+        if (Singleton != 0) {
+            std::lock_guard<std::recursive_mutex> creating(SingletonLock());
+            if (instance_ == this) instance_ = nullptr;
+        }
     }
 
     int32_t finalisePending_ = 1;
     // While not 0, an allowed Release finalises the component but keeps it.
     int32_t hold_ = 0;
     int32_t needsForce_ = NeedsForce;
-    uint32_t autoRelease_ = 0;
+    // A shared instance is marked by every smart pointer that obtains it,
+    // from any thread.
+    std::atomic<uint32_t> autoRelease_{0};
 
 private:
+    static std::recursive_mutex& SingletonLock()
+    {
+        static std::recursive_mutex lock;
+        return lock;
+    }
+
     static TComponentImpl* instance_;
 };
 

@@ -1,16 +1,21 @@
 #include "module/module_exports.h"
 
+#include <cstring>
+
 #include "module/debug_line.h"
 #include "module/module_state.h"
-#include "util/bootstrap_helpers.h"
+#include "module/registry_path.h"
 
 using Orvik::ComponentInstanceInfo;
 using Orvik::LiveComponentMap;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
+// What a creator throws (a constructor, an allocation) stays in the module
+// and reads as a creator that returned null.
 Orvik::IComponent* CreateComponent(int32_t componentId, uint32_t creatorId)
-{
+try {
+    const Orvik::ModuleCallScope inside;
     const Orvik::CreatorFunction creator = Orvik::FindCreator(static_cast<Orvik::ComponentId>(componentId));
     if (creator == nullptr) {
         OutputDebugLine("Orvik[Error]: Can't find the factory method of Component\n");
@@ -30,25 +35,31 @@ Orvik::IComponent* CreateComponent(int32_t componentId, uint32_t creatorId)
         (*live)[component] = ComponentInstanceInfo{componentId, creatorId, component};
     }
     return component;
+} catch (...) {
+    OutputDebugLine("Orvik[Error]:CreateComponent method return NULL.\n");
+    OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
+    return nullptr;
 }
 
 int32_t GetComponentIDs(uint32_t* ids, int32_t max)
 {
     ModuleLockGuard guard;
     const Orvik::ModuleState& state = Orvik::State();
-    for (uint32_t i = 0; ids != nullptr && i < state.creatorCount && static_cast<int64_t>(i) < max; ++i) {
+    const uint32_t count = state.creatorCount.load(std::memory_order_acquire);
+    for (uint32_t i = 0; ids != nullptr && i < count && static_cast<int64_t>(i) < max; ++i) {
         ids[i] = state.creators[i].componentId;
     }
-    return static_cast<int32_t>(state.creatorCount);
+    return static_cast<int32_t>(count);
 }
 
 int32_t SetDLLRegistry(const char* path)
 {
+    // A catalog hands its path over at every request for a section's module;
+    // the same path again changes nothing and needs no lock.
+    if (path != nullptr && std::strcmp(path, Orvik::RegistryPath()) == 0) return 0;
     ModuleLockGuard guard;
     // A path that does not fit leaves the registry path empty.
-    char* registryPath = Orvik::State().registryPath;
-    registryPath[0] = '\0';
-    Orvik::CopyString(registryPath, Orvik::kRegistryPathSize, path);
+    Orvik::StoreRegistryPath(path);
     return 0;
 }
 
@@ -56,25 +67,13 @@ void SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().fac
 
 void OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
 
-int32_t OrvikDllCanUnloadNow()
-{
-    const LiveComponentMap* live = Orvik::LiveMap();
-    return live == nullptr || live->empty() ? 1 : 0;
-}
+int32_t OrvikDllCanUnloadNow() { return Orvik::ModuleCanUnloadNow() ? 1 : 0; }
 
 void OrvikDllFreeMap()
 {
-    ModuleLockGuard guard;
-    LiveComponentMap* live = Orvik::LiveMap();
-    if (live == nullptr) return;
-    // A release removes its entry and may remove others (a component that
-    // owns components), so the walk restarts whenever the entry went away.
-    auto position = live->begin();
-    while (position != live->end()) {
-        const void* key = position->first;
-        Orvik::IComponent* component = position->second.pointer;
-        if (component->GetAutoRelease() != 0) component->Release(0);
-        position = live->find(key);
-        position = position != live->end() ? std::next(position) : live->begin();
+    try {
+        const Orvik::ModuleCallScope inside;
+        Orvik::ReleaseAutoReleasedComponents();
+    } catch (...) {
     }
 }

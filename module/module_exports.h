@@ -1,10 +1,11 @@
 #pragma once
 // The seven functions every component module exports, with C linkage and
-// undecorated names. Other modules find them by name.
+// undecorated names, and the one way other modules find them.
 
 #include <cstdint>
 
 #include "module/component.h"
+#include "module/module_export_list.h"
 #include "platform/module_loader.h"
 
 #if defined(_WIN32)
@@ -14,23 +15,30 @@
 #define ORVIK_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
-ORVIK_MODULE_EXPORT Orvik::IComponent* CreateComponent(int32_t componentId, uint32_t creatorId);
-ORVIK_MODULE_EXPORT int32_t SetDLLRegistry(const char* path);
-ORVIK_MODULE_EXPORT void OrvikDllFreeMap();
-ORVIK_MODULE_EXPORT int32_t OrvikDllCanUnloadNow();
-ORVIK_MODULE_EXPORT void SetFactoryHandle(Orvik::Platform::ModuleHandle handle);
-ORVIK_MODULE_EXPORT void OrvikSetDllSafe(int32_t flag);
-ORVIK_MODULE_EXPORT int32_t GetComponentIDs(uint32_t* ids, int32_t max);
+#define ORVIK_DECLARE_EXPORT(ordinal, name, result, parameters) ORVIK_MODULE_EXPORT result name parameters;
+ORVIK_MODULE_EXPORT_LIST(ORVIK_DECLARE_EXPORT)
+#undef ORVIK_DECLARE_EXPORT
 
 namespace Orvik {
 
-// The exports' types, for callers that find them with FindExport.
-using CreateComponentExport = IComponent* (*)(int32_t componentId, uint32_t creatorId);
-using SetDllRegistryExport = int32_t (*)(const char* path);
-using OrvikDllFreeMapExport = void (*)();
-using OrvikDllCanUnloadNowExport = int32_t (*)();
-using SetFactoryHandleExport = void (*)(Platform::ModuleHandle handle);
-using OrvikSetDllSafeExport = void (*)(int32_t flag);
-using GetComponentIdsExport = int32_t (*)(uint32_t* ids, int32_t max);
+// One type per export, naming it and giving its signature:
+//   auto create = FindModuleExport<Exports::CreateComponent>(module);
+namespace Exports {
+#define ORVIK_DESCRIBE_EXPORT(ordinal, name, result, parameters) \
+    struct name {                                                \
+        using Function = result(*) parameters;                   \
+        static constexpr const char* kName = #name;              \
+    };
+ORVIK_MODULE_EXPORT_LIST(ORVIK_DESCRIBE_EXPORT)
+#undef ORVIK_DESCRIBE_EXPORT
+}  // namespace Exports
+
+// The export of that module, typed; null when it has none (last error 127)
+// or the handle names no loaded module.
+template <class Export>
+typename Export::Function FindModuleExport(Platform::ModuleHandle module)
+{
+    return reinterpret_cast<typename Export::Function>(Platform::FindExport(module, Export::kName));
+}
 
 }  // namespace Orvik

@@ -3,9 +3,10 @@
 #include <cinttypes>
 #include <new>
 
-#include "bootstrap/factory_bootstrap.h"
 #include "module/debug_line.h"
+#include "module/factory_notices.h"
 #include "module/module_state.h"
+#include "module/registry_path.h"
 #include "util/bootstrap_helpers.h"
 
 namespace Orvik {
@@ -56,31 +57,125 @@ void RegisterCreator(ComponentId componentId, CreatorFunction creator)
 {
     ModuleLockGuard guard;
     ModuleState& state = State();
-    if (state.creatorCount >= kMaxCreators || componentId == 0 || creator == nullptr) return;
-    state.creators[state.creatorCount++] = CreatorEntry{componentId, creator};
+    const uint32_t count = state.creatorCount.load(std::memory_order_relaxed);
+    if (count >= kMaxCreators || componentId == 0 || creator == nullptr) return;
+    state.creators[count] = CreatorEntry{componentId, creator};
+    state.creatorCount.store(count + 1, std::memory_order_release);
 }
 
 CreatorFunction FindCreator(ComponentId componentId)
 {
-    ModuleLockGuard guard;
+    // The table only grows, and an entry is complete before the count shows
+    // it: the lookup needs no lock.
     const ModuleState& state = State();
-    for (uint32_t i = 0; i < state.creatorCount; ++i) {
+    const uint32_t count = state.creatorCount.load(std::memory_order_acquire);
+    for (uint32_t i = 0; i < count; ++i) {
         if (state.creators[i].componentId == componentId) return state.creators[i].creator;
     }
     return nullptr;
 }
 
-void RemoveLiveComponent(const void* component, int32_t requestUnload)
+namespace {
+
+bool NoLiveComponent()
+{
+    const LiveComponentMap* live = LiveMap();
+    return live == nullptr || live->empty();
+}
+
+// The last call leaves the module. When an unload was refused meanwhile only
+// because of calls in progress, the factory dropped the module: it is told
+// again, from inside a call, so that it tries once more at a later tick.
+void LeaveLastCall(ModuleState& state)
+{
+    for (;;) {
+        bool notify = false;
+        {
+            ModuleLockGuard guard;
+            const bool last = state.callsInProgress.fetch_sub(1) == 1;
+            if (last && state.idleNoticeOwed != 0) {
+                state.idleNoticeOwed = 0;
+                notify = NoLiveComponent();
+                if (notify) state.callsInProgress.fetch_add(1);
+            }
+        }
+        if (!notify) return;
+        SendIdleNotice(state.module);
+    }
+}
+
+}  // namespace
+
+ModuleCallScope::ModuleCallScope() { State().callsInProgress.fetch_add(1); }
+
+ModuleCallScope::~ModuleCallScope()
+{
+    ModuleState& state = State();
+    int32_t calls = state.callsInProgress.load();
+    // Not the last one inside: the last one settles what is owed.
+    while (calls > 1) {
+        if (state.callsInProgress.compare_exchange_weak(calls, calls - 1)) return;
+    }
+    LeaveLastCall(state);
+}
+
+bool ModuleCanUnloadNow()
 {
     ModuleLockGuard guard;
-    LiveComponentMap* live = LiveMap();
-    if (live == nullptr) return;  // the module is past its exit processing
-    if (live->erase(component) == 0) {
-        OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
-        OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
-                        reinterpret_cast<uintptr_t>(component));
+    if (!NoLiveComponent()) return false;
+    ModuleState& state = State();
+    if (state.callsInProgress.load() == 0) return true;
+    state.idleNoticeOwed = 1;
+    return false;
+}
+
+void RemoveLiveComponent(const void* component, int32_t requestUnload)
+{
+    bool idle = false;
+    {
+        ModuleLockGuard guard;
+        LiveComponentMap* live = LiveMap();
+        if (live == nullptr) return;  // the module is past its exit processing
+        if (live->erase(component) == 0) {
+            OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
+            OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
+                            reinterpret_cast<uintptr_t>(component));
+        }
+        idle = live->empty();
     }
-    if (live->empty() && requestUnload != 0) SendIdleNotice(State().module);
+    // The factory is told without the module lock: it may be unloading
+    // other modules meanwhile, which needs the loader, whose holder may be
+    // waiting for this module's lock. The caller's ModuleCallScope keeps the
+    // module from being unloaded before this returns.
+    if (idle && requestUnload != 0) SendIdleNotice(State().module);
+}
+
+void ReleaseAutoReleasedComponents()
+{
+    // A release removes its entry and may remove others (a component that
+    // owns components), so the walk starts again whenever the entry went
+    // away, and goes on after it when it stayed.
+    const void* last = nullptr;
+    bool fromStart = true;
+    for (;;) {
+        IComponent* component = nullptr;
+        {
+            ModuleLockGuard guard;
+            const LiveComponentMap* live = LiveMap();
+            if (live == nullptr) return;
+            for (auto entry = fromStart ? live->begin() : live->upper_bound(last); entry != live->end(); ++entry) {
+                if (entry->second.pointer->GetAutoRelease() == 0) continue;
+                last = entry->first;
+                component = entry->second.pointer;
+                break;
+            }
+        }
+        if (component == nullptr) return;
+        component->Release(0);
+        ModuleLockGuard guard;
+        const LiveComponentMap* live = LiveMap();
+        fromStart = live == nullptr || live->count(last) == 0;
+    }
 }
 
 void ReportLeaks()
@@ -119,6 +214,7 @@ void FinishModuleExit()
     if (g_liveMap == nullptr) return;
     g_liveMap->~LiveComponentMap();
     g_liveMap = nullptr;
+    ForgetRegistryPaths();
 }
 
 Platform::ModuleHandle ThisModuleHandle() { return State().module; }
@@ -130,9 +226,8 @@ bool IsDllSafe() { return State().dllSafe != 0; }
 void CopyRegistryPath(char* buffer, int32_t size)
 {
     if (buffer == nullptr || size < 1) return;
-    ModuleLockGuard guard;
     buffer[0] = '\0';
-    CopyString(buffer, size, State().registryPath);
+    CopyString(buffer, size, RegistryPath());
 }
 
 }  // namespace Orvik

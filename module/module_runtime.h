@@ -28,9 +28,28 @@ void RemoveLiveComponent(const void* component, int32_t requestUnload);
 // Writes one line per component still live; releases nothing.
 void ReportLeaks();
 
-// The module lock: re-entrant for the thread that holds it.
+// The module lock: re-entrant for the thread that holds it. It guards the
+// module's own tables only and is never held while another module's code
+// runs.
 void EnterModuleLock();
 void LeaveModuleLock();
+
+// While one lives, a thread runs module code on the framework's behalf (a
+// creation, a release and its idle notice): the module does not agree to
+// be unloaded meanwhile.
+class ModuleCallScope {
+public:
+    ModuleCallScope();
+    ~ModuleCallScope();
+    ModuleCallScope(const ModuleCallScope&) = delete;
+    ModuleCallScope& operator=(const ModuleCallScope&) = delete;
+};
+// The module has no live component and no thread inside a framework call:
+// what OrvikDllCanUnloadNow answers.
+bool ModuleCanUnloadNow();
+// Releases (Release(0)) every live component marked for auto-release, in
+// address order, without holding the module lock during a release.
+void ReleaseAutoReleasedComponents();
 
 // The module entry point: reason 1 on process attach, 0 on process detach.
 // Always reports success (1).
@@ -42,8 +61,8 @@ void FinishModuleExit();
 Platform::ModuleHandle ThisModuleHandle();
 Platform::ModuleHandle FactoryModuleHandle();
 bool IsDllSafe();
-// Copies the registry path (the configuration name the module was given)
-// under the module lock; an empty buffer when it does not fit.
+// Copies the registry path (the configuration name the module was given,
+// see registry_path.h); an empty buffer when it does not fit.
 void CopyRegistryPath(char* buffer, int32_t size);
 
 }  // namespace Orvik

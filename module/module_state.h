@@ -29,11 +29,17 @@ struct ModuleState {
     Platform::ModuleHandle module = nullptr;
     std::atomic<Platform::ModuleHandle> factoryModule{nullptr};
     std::atomic<int32_t> dllSafe{0};
+    // Threads inside a ModuleCallScope. The last one out leaves under the
+    // module lock, so that OrvikDllCanUnloadNow sees it come or go whole.
+    std::atomic<int32_t> callsInProgress{0};
+    // The module was idle but busy when asked to unload, and was dropped:
+    // the last call out tells the factory again (module lock).
+    int32_t idleNoticeOwed = 0;
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
-    char registryPath[kRegistryPathSize] = {};
     CreatorEntry creators[kMaxCreators] = {};
-    uint32_t creatorCount = 0;
+    // Written under the lock after the entry it shows, so readers need none.
+    std::atomic<uint32_t> creatorCount{0};
 };
 
 ModuleState& State();

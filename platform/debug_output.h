@@ -15,6 +15,9 @@ ORVIK_PLATFORM_API void WriteDebugString(const char* text);
 using DebugSink = void (*)(const char* text, void* context);
 // Installs the sink for the whole process; null restores the default.
 ORVIK_PLATFORM_API void SetDebugSink(DebugSink sink, void* context);
+// The installed sink and its context (null for the default), so that a
+// temporary sink can put the previous one back.
+ORVIK_PLATFORM_API void GetDebugSink(DebugSink* sink, void** context);
 
 // Stops in the debugger: a programming error was detected.
 ORVIK_PLATFORM_API void BreakIntoDebugger();

@@ -2,6 +2,7 @@
 // Files and directories.
 
 #include "platform/platform_api.h"
+#include "platform/unique_handle.h"
 
 namespace Orvik {
 namespace Platform {
@@ -29,7 +30,11 @@ struct FindData {
     char name[kMaxPath];
 };
 
-using FindHandle = void*;
+// A directory listing; its own type, so it is never taken for a file.
+struct DirectoryListing;
+using FindHandle = DirectoryListing*;
+// No listing: all bits set.
+inline FindHandle InvalidFindHandle() { return reinterpret_cast<FindHandle>(~uintptr_t{0}); }
 
 // Opens an existing file for reading, others may read it too. Invalid on
 // failure (last error 2 file not found, 3 path not found, 5 access denied).
@@ -50,14 +55,33 @@ ORVIK_PLATFORM_API bool MakeDirectory(const char* path);
 ORVIK_PLATFORM_API bool PathIsPresent(const char* path);
 
 // Lists the entries matching pattern ("dir\*", "dir\*.log", ...), "." and
-// ".." included. Invalid handle when nothing matches or the directory is
-// missing.
+// ".." included. InvalidFindHandle() when nothing matches or the directory
+// is missing.
 ORVIK_PLATFORM_API FindHandle FindFirstEntry(const char* pattern, FindData* data);
 ORVIK_PLATFORM_API bool FindNextEntry(FindHandle find, FindData* data);
 ORVIK_PLATFORM_API void CloseFind(FindHandle find);
 
 // -1, 0 or 1 as a is earlier than, equal to or later than b.
 ORVIK_PLATFORM_API int CompareFileTimes(const FileTime* a, const FileTime* b);
+
+struct FileTraits {
+    using Handle = FileHandle;
+    static Handle Empty() { return InvalidFileHandle(); }
+    // A closed log file is 0: nothing to close either.
+    static bool IsOpen(Handle file) { return file != nullptr && file != InvalidFileHandle(); }
+    static void Close(Handle file) { CloseFile(file); }
+};
+// An open file, closed when its owner goes.
+using UniqueFile = UniqueHandle<FileTraits>;
+
+struct FindTraits {
+    using Handle = FindHandle;
+    static Handle Empty() { return InvalidFindHandle(); }
+    static bool IsOpen(Handle find) { return find != nullptr && find != InvalidFindHandle(); }
+    static void Close(Handle find) { CloseFind(find); }
+};
+// A directory listing, closed when its owner goes.
+using UniqueFind = UniqueHandle<FindTraits>;
 
 }  // namespace Platform
 }  // namespace Orvik

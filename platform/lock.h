@@ -17,5 +17,17 @@ ORVIK_PLATFORM_API void EnterLock(CriticalSection* lock);
 ORVIK_PLATFORM_API void LeaveLock(CriticalSection* lock);
 ORVIK_PLATFORM_API void DeleteLock(CriticalSection* lock);
 
+// Holds the lock for its own lifetime.
+class LockGuard {
+public:
+    explicit LockGuard(CriticalSection& lock) : lock_(lock) { EnterLock(&lock_); }
+    ~LockGuard() { LeaveLock(&lock_); }
+    LockGuard(const LockGuard&) = delete;
+    LockGuard& operator=(const LockGuard&) = delete;
+
+private:
+    CriticalSection& lock_;
+};
+
 }  // namespace Platform
 }  // namespace Orvik

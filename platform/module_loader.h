@@ -2,6 +2,7 @@
 // Loading modules, finding their exports and naming them.
 
 #include "platform/platform_api.h"
+#include "platform/unique_handle.h"
 
 namespace Orvik {
 namespace Platform {
@@ -48,6 +49,15 @@ ORVIK_PLATFORM_API ModuleHandle ModuleContainingAddress(const void* address);
 // The calling thread's last error, Windows numbering.
 ORVIK_PLATFORM_API uint32_t GetLastErrorCode();
 ORVIK_PLATFORM_API void SetLastErrorCode(uint32_t code);
+
+struct ModuleTraits {
+    using Handle = ModuleHandle;
+    static Handle Empty() { return nullptr; }
+    static bool IsOpen(Handle module) { return module != nullptr && module != InvalidModule(); }
+    static void Close(Handle module) { ReleaseModule(module); }
+};
+// One reference to a loaded module, dropped when its owner goes.
+using UniqueModule = UniqueHandle<ModuleTraits>;
 
 }  // namespace Platform
 }  // namespace Orvik

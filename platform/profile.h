@@ -16,5 +16,13 @@ ORVIK_PLATFORM_API uint32_t ReadProfileValue(const char* section, const char* ke
                                              const char* defaultValue, char* buffer,
                                              uint32_t size, const char* file);
 
+// The same answer for a file whose bytes the caller has just read whole
+// (text, textSize; null text when it could not read them). The POSIX reader
+// answers from those bytes instead of reading the file again; the Windows
+// reader reads the file itself.
+ORVIK_PLATFORM_API uint32_t ReadProfileValueFromText(const char* section, const char* key,
+                                                     const char* defaultValue, char* buffer, uint32_t size,
+                                                     const char* file, const char* text, uint32_t textSize);
+
 }  // namespace Platform
 }  // namespace Orvik

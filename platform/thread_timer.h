@@ -16,6 +16,9 @@ ORVIK_PLATFORM_API TimerId StartThreadTimer(uint32_t intervalMs, TimerProc proc)
 // Stops a timer; safe from any thread. Once it returns, the timer's
 // procedure is not called again.
 ORVIK_PLATFORM_API bool StopThreadTimer(TimerId id);
+// The timer still runs: not stopped, and the thread that started it has not
+// ended (a thread's timers end with it).
+ORVIK_PLATFORM_API bool ThreadTimerIsRunning(TimerId id);
 // Dispatches the calling thread's messages (timer ticks among them) for
 // about this many milliseconds.
 ORVIK_PLATFORM_API void DispatchMessagesFor(uint32_t milliseconds);

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, whatever the build needs and the machine lacks:
-# CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, Wine, and the
-# GoogleTest sources. Sourced by the other scripts.
+# CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, Wine, the
+# GoogleTest sources, and clang with libFuzzer for the fuzz targets; for the
+# benchmark script (which sets orvik_tools_for_bench) also Google Benchmark.
+# Sourced by the other scripts.
 missing=()
 command -v cmake >/dev/null || missing+=(cmake)
 command -v ninja >/dev/null || missing+=(ninja-build)
@@ -10,6 +12,12 @@ command -v x86_64-w64-mingw32-g++-posix >/dev/null || missing+=(g++-mingw-w64-x8
 command -v i686-w64-mingw32-g++-posix >/dev/null || missing+=(g++-mingw-w64-i686)
 [ -x /usr/lib/wine/wine64 ] || missing+=(wine64)
 [ -f /usr/src/googletest/CMakeLists.txt ] || missing+=(googletest)
+command -v clang++ >/dev/null || missing+=(clang)
+# libFuzzer comes with the compiler's run-time libraries.
+compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null || missing+=(libclang-rt-dev)
+if [ -n "${orvik_tools_for_bench:-}" ]; then
+  [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+fi
 if [ ${#missing[@]} -gt 0 ]; then
   echo "== installing: ${missing[*]}"
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \

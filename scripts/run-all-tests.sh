@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Builds every configuration and runs every test: natively (debug with
-# AddressSanitizer and UndefinedBehaviorSanitizer, and release) and as a
+# AddressSanitizer and UndefinedBehaviorSanitizer, release, and with
+# ThreadSanitizer) and as a
 # Windows program under Wine; the 32-bit Windows build is built and its
-# module exports are checked. Installs missing tools with apt-get first.
-# The last line says how many tests passed and failed.
+# module exports are checked. Then a project built on the framework is built
+# and run the ways users build theirs, and each fuzz target runs for 30
+# seconds from its seed corpus (one test each). Installs missing tools with
+# apt-get first. The last line says how many tests passed and failed.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +18,7 @@ passed=0
 failed=0
 status=0
 
-for preset in linux-debug linux-release mingw-x64 mingw-i686; do
+for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686; do
   echo "== building $preset"
   if ! cmake --preset "$preset" >/dev/null || ! cmake --build --preset "$preset" -j "$jobs"; then
     echo "== build of $preset failed"
@@ -23,7 +26,7 @@ for preset in linux-debug linux-release mingw-x64 mingw-i686; do
   fi
 done
 
-for preset in linux-debug linux-release mingw-x64 mingw-i686; do
+for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686; do
   [ -d "build/$preset" ] || continue
   echo "== testing $preset"
   log="build/$preset/ctest.log"
@@ -39,6 +42,29 @@ for preset in linux-debug linux-release mingw-x64 mingw-i686; do
   passed=$((passed + total - bad))
   failed=$((failed + bad))
 done
+
+# The downstream project, built against the installed framework and
+# through add_subdirectory (scripts/test-downstream.sh).
+log=build/downstream.log
+bash scripts/test-downstream.sh 2>&1 | tee "$log"
+summary=$(grep -E '^Downstream tests: [0-9]+ passed, [0-9]+ failed' "$log" | tail -n 1)
+if [ -n "$summary" ]; then
+  passed=$((passed + $(sed -E 's/.*: ([0-9]+) passed.*/\1/' <<<"$summary")))
+  failed=$((failed + $(sed -E 's/.*, ([0-9]+) failed.*/\1/' <<<"$summary")))
+else
+  echo "== downstream: no test summary"
+  failed=$((failed + 1))
+fi
+
+echo "== fuzzing"
+fuzz_log=build/fuzz.log
+mkdir -p build
+bash scripts/run-fuzzers.sh 30 2>&1 | tee "$fuzz_log"
+[ "${PIPESTATUS[0]}" -eq 0 ] || status=1
+fuzz_passed=$(grep -cE '^== [a-z_]+: passed' "$fuzz_log")
+fuzz_failed=$(grep -cE '^== [a-z_]+: FAILED|^== build of the fuzz targets failed' "$fuzz_log")
+passed=$((passed + fuzz_passed))
+failed=$((failed + fuzz_failed))
 
 [ "$failed" -eq 0 ] || status=1
 echo "Orvik tests: $passed passed, $failed failed"

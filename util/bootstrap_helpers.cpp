@@ -26,9 +26,13 @@ int IsRelativePath(const char* path) { return Rules::IsRelativePath(path); }
 
 const char* GetHostDirectory()
 {
-    static char hostDirectory[Platform::kMaxPath];
-    if (hostDirectory[0] == '\0') Rules::ReadHostDirectory(hostDirectory);
-    return hostDirectory;
+    struct HostDirectory {
+        HostDirectory() { Rules::ReadHostDirectory(text); }
+        char text[Platform::kMaxPath];
+    };
+    // Read once, by whichever thread asks first.
+    static const HostDirectory hostDirectory;
+    return hostDirectory.text;
 }
 
 int JoinToBaseDirectory(const char* name, char* dst, int size)

@@ -36,7 +36,7 @@ public:
     int IsRelativePath(const char* path) const { return Rules::IsRelativePath(path); }
 
     // The host executable's directory without trailing backslash, read
-    // afresh into a module-wide buffer at each call.
+    // afresh at each call into the module's buffer of the calling thread.
     const char* GetHostDirectory() const { return Rules::RefreshHostDirectory(); }
 
     // "base\name" into dst, cut to size - 1 characters; 0 only when name or

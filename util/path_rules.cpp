@@ -47,7 +47,9 @@ void ReadHostDirectory(char* buffer)
 
 const char* RefreshHostDirectory()
 {
-    static char hostDirectory[Platform::kMaxPath];
+    // One buffer per thread: a refresh never changes text another thread
+    // is reading.
+    static thread_local char hostDirectory[Platform::kMaxPath];
     ReadHostDirectory(hostDirectory);
     return hostDirectory;
 }
@@ -163,12 +165,11 @@ void EnumerateFiles(const char* dir, FileFound found, void* receiver, void* cont
     char pattern[Platform::kMaxPath];
     if (dir == nullptr || !FormatString(pattern, Platform::kMaxPath, 0, "%s*", dir)) return;
     Platform::FindData data;
-    const Platform::FindHandle find = Platform::FindFirstEntry(pattern, &data);
-    if (find == Platform::InvalidFileHandle()) return;
+    const Platform::UniqueFind find(Platform::FindFirstEntry(pattern, &data));
+    if (!find) return;
     do {
         found(receiver, data, context);
-    } while (Platform::FindNextEntry(find, &data));
-    Platform::CloseFind(find);
+    } while (Platform::FindNextEntry(find.get(), &data));
 }
 
 int IsLaterFileTime(const Platform::FileTime& a, const Platform::FileTime& b)

@@ -53,6 +53,14 @@ void SetDebugSink(DebugSink sink, void* context)
     state.context = context;
 }
 
+void GetDebugSink(DebugSink* sink, void** context)
+{
+    SinkState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    if (sink != nullptr) *sink = state.sink;
+    if (context != nullptr) *context = state.context;
+}
+
 void BreakIntoDebugger() { raise(SIGTRAP); }
 
 }  // namespace Platform

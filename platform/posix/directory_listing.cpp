@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,12 +19,13 @@
 namespace Orvik {
 namespace Platform {
 
-namespace {
-
-struct Listing {
+// A listing is read whole when it starts and handed out entry by entry.
+struct DirectoryListing {
     std::vector<FindData> entries;
     size_t next = 0;
 };
+
+namespace {
 
 constexpr uint32_t kFileAttributeArchive = 0x20;
 // 1601-01-01 to 1970-01-01 in seconds.
@@ -80,34 +82,32 @@ FindHandle FindFirstEntry(const char* pattern, FindData* data)
     std::string namePattern = slash == std::string::npos ? native : native.substr(slash + 1);
     if (namePattern == "*.*") namePattern = "*";  // Windows lists every name for "*.*"
 
-    DIR* stream = opendir(directory.c_str());
-    if (stream == nullptr) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+    if (!stream) {
         SetLastErrorCode(kErrorPathNotFound);
-        return InvalidFileHandle();
+        return InvalidFindHandle();
     }
-    Listing* listing = new Listing;
-    while (const dirent* entry = readdir(stream)) {
+    auto listing = std::make_unique<DirectoryListing>();
+    while (const dirent* entry = readdir(stream.get())) {
         if (!namePattern.empty() && std::strlen(entry->d_name) < sizeof data->name &&
             WildcardMatch(namePattern.c_str(), entry->d_name)) {
             listing->entries.push_back(Describe(directory, entry->d_name));
         }
     }
-    closedir(stream);
     std::sort(listing->entries.begin(), listing->entries.end(), NameOrder);
 
     if (listing->entries.empty()) {
-        delete listing;
         SetLastErrorCode(kErrorFileNotFound);
-        return InvalidFileHandle();
+        return InvalidFindHandle();
     }
     *data = listing->entries[listing->next++];
-    return listing;
+    return listing.release();
 }
 
 bool FindNextEntry(FindHandle find, FindData* data)
 {
-    Listing* listing = static_cast<Listing*>(find);
-    if (listing == nullptr || find == InvalidFileHandle()) {
+    DirectoryListing* listing = find;
+    if (listing == nullptr || find == InvalidFindHandle()) {
         SetLastErrorCode(kErrorInvalidHandle);
         return false;
     }
@@ -121,7 +121,7 @@ bool FindNextEntry(FindHandle find, FindData* data)
 
 void CloseFind(FindHandle find)
 {
-    if (find != nullptr && find != InvalidFileHandle()) delete static_cast<Listing*>(find);
+    if (find != nullptr && find != InvalidFindHandle()) delete find;
 }
 
 }  // namespace Platform

@@ -55,6 +55,9 @@ uint32_t ErrorFromErrno(int error, const std::string& nativePath)
     }
 }
 
+// Files are opened without waiting: a FIFO would wait for its other end.
+// Only a regular file is read: a FIFO, socket or device has no contents of
+// a known size and is refused like a directory.
 FileHandle OpenWith(const char* path, int flags)
 {
     const std::string native = ToNativePath(path);
@@ -62,11 +65,19 @@ FileHandle OpenWith(const char* path, int flags)
         SetLastErrorCode(path == nullptr ? kErrorPathNotFound : kErrorAccessDenied);
         return InvalidFileHandle();
     }
-    const int descriptor = open(native.c_str(), flags | O_CLOEXEC, 0644);
+    const int descriptor = open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
     if (descriptor < 0) {
         SetLastErrorCode(ErrorFromErrno(errno, native));
         return InvalidFileHandle();
     }
+    struct stat info;
+    const bool reading = (flags & O_ACCMODE) == O_RDONLY;
+    if (fstat(descriptor, &info) != 0 || (reading && !S_ISREG(info.st_mode))) {
+        close(descriptor);
+        SetLastErrorCode(kErrorAccessDenied);
+        return InvalidFileHandle();
+    }
+    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     SetLastErrorCode(kErrorSuccess);
     return new OpenFile{descriptor};
 }

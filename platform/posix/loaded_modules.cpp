@@ -2,7 +2,8 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <unistd.h>
+
+#include "platform/posix/executable_path.h"
 
 namespace Orvik {
 namespace Platform {
@@ -13,13 +14,6 @@ int CollectName(dl_phdr_info* info, size_t, void* names)
 {
     static_cast<std::vector<std::string>*>(names)->emplace_back(info->dlpi_name ? info->dlpi_name : "");
     return 0;
-}
-
-std::string MainProgramPath()
-{
-    char buffer[4096];
-    ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string();
 }
 
 }  // namespace
@@ -39,7 +33,7 @@ std::vector<LoadedModule> ListLoadedModules()
         void* handle = dlopen(mainProgram ? nullptr : names[i].c_str(), RTLD_LAZY | RTLD_NOLOAD);
         if (handle == nullptr) continue;  // e.g. the kernel's vdso
         dlclose(handle);
-        modules.push_back({handle, mainProgram ? MainProgramPath() : names[i]});
+        modules.push_back({handle, mainProgram ? ExecutablePath() : names[i]});
     }
     return modules;
 }

@@ -1,7 +1,6 @@
 #include "platform/module_loader.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 #include <link.h>
 #include <strings.h>
 #include <sys/stat.h>
@@ -9,10 +8,13 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "platform/posix/executable_path.h"
+#include "platform/posix/load_failure_note.h"
 #include "platform/posix/loaded_modules.h"
+#include "platform/posix/module_file_check.h"
+#include "platform/posix/module_table.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -36,22 +38,14 @@ std::string AbsoluteNormalPath(const std::string& path)
     return absolute.lexically_normal().string();
 }
 
-bool IsLoadableElf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    unsigned char header[EI_NIDENT] = {};
-    if (!file.read(reinterpret_cast<char*>(header), sizeof header)) return false;
-    const unsigned char ownClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
-    return std::memcmp(header, ELFMAG, SELFMAG) == 0 && header[EI_CLASS] == ownClass;
-}
-
-// Why an existing file would not load, in Windows numbers.
+// Why a file would not load, in Windows numbers. It is never opened: a
+// FIFO would wait for its other end.
 uint32_t LoadFailureReason(const std::string& path)
 {
     struct stat info;
     if (stat(path.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) return kErrorModuleNotFound;
+    if (!S_ISREG(info.st_mode)) return kErrorBadExeFormat;
     if (access(path.c_str(), R_OK) != 0) return kErrorAccessDenied;
-    if (!IsLoadableElf(path)) return kErrorBadExeFormat;
     return kErrorModuleNotFound;  // a dependency or symbol is missing
 }
 
@@ -63,9 +57,35 @@ bool IsRegularFile(const std::string& path)
 
 ModuleHandle OpenModuleFile(const std::string& path)
 {
+    // A truncated or damaged file is refused before the loader maps it.
+    const uint32_t refusal = CheckModuleFile(path);
+    if (refusal != kErrorSuccess) {
+        SetLastErrorCode(refusal);
+        return nullptr;
+    }
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle != nullptr) AddModuleReference(handle, path);
     SetLastErrorCode(handle != nullptr ? kErrorSuccess : LoadFailureReason(path));
     return handle;
+}
+
+// The main program's handle never changes.
+ModuleHandle MainProgram()
+{
+    static void* const mainProgram = [] {
+        void* handle = dlopen(nullptr, RTLD_LAZY);
+        dlclose(handle);
+        return handle;
+    }();
+    return mainProgram;
+}
+
+// A module the platform holds a reference to is loaded; any other handle is
+// looked for among all the loaded objects.
+bool NamesLoadedModule(ModuleHandle module)
+{
+    LoadedModule owner;
+    return module == MainProgram() || FindHeldModule(module, nullptr) || FindModuleByHandle(module, &owner);
 }
 
 bool NamesMatch(const std::string& wanted, const std::string& loadedPath, bool wholePath)
@@ -89,7 +109,8 @@ bool FindLoadedByName(const std::string& nativeName, LoadedModule* found)
 
 }  // namespace
 
-ModuleHandle LoadModule(const char* path)
+// LoadModule without the record of its failures.
+static ModuleHandle LoadModuleFile(const char* path)
 {
     if (path == nullptr || *path == '\0') {
         SetLastErrorCode(kErrorModuleNotFound);
@@ -111,16 +132,28 @@ ModuleHandle LoadModule(const char* path)
         const std::string file = directory + "/" + name;
         if (IsRegularFile(file)) return OpenModuleFile(file);
     }
+    // The loader found the file on its library path; its list of loaded
+    // objects tells where. (The list is read through the loader's own walk:
+    // its link map is written under a lock race checkers cannot see.)
     void* handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    LoadedModule found;
+    if (handle != nullptr) AddModuleReference(handle, FindModuleByHandle(handle, &found) ? found.path : name);
     SetLastErrorCode(handle != nullptr ? kErrorSuccess : kErrorModuleNotFound);
     return handle;
 }
 
+ModuleHandle LoadModule(const char* path)
+{
+    dlerror();  // a message left from an earlier failure must not be taken for this one's
+    const ModuleHandle module = LoadModuleFile(path);
+    if (module == nullptr) NoteLoadFailure(path, GetLastErrorCode(), dlerror());
+    return module;
+}
+
 ExportedFunction FindExport(ModuleHandle module, const char* name)
 {
-    LoadedModule owner;
-    if (module == nullptr) module = FindLoadedModule(nullptr);
-    if (!FindModuleByHandle(module, &owner)) {
+    if (module == nullptr) module = MainProgram();
+    if (!NamesLoadedModule(module)) {
         SetLastErrorCode(kErrorModuleNotFound);
         return nullptr;
     }
@@ -137,6 +170,7 @@ ExportedFunction FindExport(ModuleHandle module, const char* name)
 
 bool ReleaseModule(ModuleHandle module)
 {
+    if (DropModuleReference(module)) return dlclose(module) == 0;
     LoadedModule owner;
     if (!FindModuleByHandle(module, &owner)) {
         SetLastErrorCode(kErrorModuleNotFound);
@@ -147,11 +181,7 @@ bool ReleaseModule(ModuleHandle module)
 
 ModuleHandle FindLoadedModule(const char* name)
 {
-    if (name == nullptr) {
-        void* mainProgram = dlopen(nullptr, RTLD_LAZY);
-        dlclose(mainProgram);
-        return mainProgram;
-    }
+    if (name == nullptr) return MainProgram();
     LoadedModule found;
     if (FindLoadedByName(WithDefaultExtension(ToNativePath(name)), &found)) return found.handle;
     SetLastErrorCode(kErrorModuleNotFound);
@@ -160,16 +190,24 @@ ModuleHandle FindLoadedModule(const char* name)
 
 uint32_t GetModuleFilePath(ModuleHandle module, char* buffer, uint32_t size)
 {
+    if (module == nullptr) module = MainProgram();
+    std::string nativePath;
     LoadedModule found;
-    if (module == nullptr) module = FindLoadedModule(nullptr);
-    if (!FindModuleByHandle(module, &found)) {
-        SetLastErrorCode(kErrorModuleNotFound);
-        return 0;
+    if (module == MainProgram()) {
+        nativePath = ExecutablePath();
+    } else if (!FindHeldModule(module, &nativePath)) {
+        if (!FindModuleByHandle(module, &found)) {
+            SetLastErrorCode(kErrorModuleNotFound);
+            return 0;
+        }
+        nativePath = found.path;
     }
     if (buffer == nullptr || size == 0) return 0;
-    const std::string path = FromNativePath(AbsoluteNormalPath(found.path));
+    const std::string path = FromNativePath(AbsoluteNormalPath(nativePath));
     if (path.size() < size) {
         std::memcpy(buffer, path.c_str(), path.size() + 1);
+        // As on Windows, success clears an earlier error.
+        SetLastErrorCode(kErrorSuccess);
         return static_cast<uint32_t>(path.size());
     }
     std::memcpy(buffer, path.c_str(), size - 1);
@@ -180,6 +218,12 @@ uint32_t GetModuleFilePath(ModuleHandle module, char* buffer, uint32_t size)
 
 ModuleHandle ModuleContainingAddress(const void* address)
 {
+#if defined(DLFO_STRUCT_HAS_EH_DBASE)
+    // The loader's sorted table of mappings answers without walking every
+    // loaded object.
+    dl_find_object found;
+    if (_dl_find_object(const_cast<void*>(address), &found) == 0) return found.dlfo_link_map;
+#endif
     Dl_info info;
     link_map* module = nullptr;
     if (dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return nullptr;

@@ -136,6 +136,8 @@ char* FindSubstring(const char* text, const char* part)
 {
     if (*part == '\0') return const_cast<char*>(text);
     const CodePage page;
+    // Without lead bytes every byte starts a character.
+    if (!page.IsDoubleByte()) return const_cast<char*>(std::strstr(text, part));
     const size_t length = std::strlen(part);
     for (const unsigned char* p = Bytes(text); *p != '\0';) {
         if (std::strncmp(reinterpret_cast<const char*>(p), part, length) == 0) return Chars(p);

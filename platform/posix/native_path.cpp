@@ -1,8 +1,7 @@
 #include "platform/posix/native_path.h"
 
-#include <unistd.h>
-
 #include "platform/multibyte.h"
+#include "platform/posix/executable_path.h"
 
 #include <algorithm>
 #include <cctype>
@@ -50,10 +49,7 @@ const char* FileNamePart(const char* path)
 
 std::string ExecutableDirectory()
 {
-    char buffer[4096];
-    ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (length <= 0) return std::string(".");
-    std::string path(buffer, static_cast<size_t>(length));
+    const std::string& path = ExecutablePath();
     size_t slash = path.rfind('/');
     return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
 }

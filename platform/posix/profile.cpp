@@ -6,13 +6,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "platform/posix/native_path.h"
+#include "platform/file_system.h"
 
 namespace Orvik {
 namespace Platform {
@@ -28,11 +27,28 @@ std::string_view Trim(std::string_view text)
     return text;
 }
 
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 bool SameName(std::string_view a, std::string_view b)
 {
-    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
     return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) { return lower(x) == lower(y); });
+           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+// Where the next line lies that may be the header of section: the first
+// '[' on its line after blanks, followed by the section's first character.
+// Other lines, however many, cannot open it. text starts at a line.
+size_t NextHeaderOf(std::string_view text, std::string_view section)
+{
+    for (size_t open = text.find('['); open != std::string_view::npos; open = text.find('[', open + 1)) {
+        size_t line = open;
+        while (line > 0 && IsBlank(text[line - 1]) && text[line - 1] != '\r' && text[line - 1] != '\n') --line;
+        if (line > 0 && text[line - 1] != '\r' && text[line - 1] != '\n') continue;
+        size_t name = open + 1;
+        while (name < text.size() && IsBlank(text[name])) ++name;
+        if (section.empty() || (name < text.size() && Lower(text[name]) == Lower(section.front()))) return line;
+    }
+    return std::string_view::npos;
 }
 
 // The value of the first entry of key in the first section of that name.
@@ -44,6 +60,11 @@ std::optional<std::string_view> FindValue(std::string_view text, std::string_vie
     if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     bool inSection = section.empty();
     while (!text.empty()) {
+        if (!inSection) {
+            const size_t header = NextHeaderOf(text, section);
+            if (header == std::string_view::npos) return std::nullopt;
+            text.remove_prefix(header);
+        }
         const size_t end = text.find_first_of("\r\n");
         const std::string_view line = Trim(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
@@ -81,6 +102,29 @@ uint32_t CopyOut(std::string_view text, char* buffer, uint32_t size)
     return static_cast<uint32_t>(length);
 }
 
+// The contents of a regular file, read up to the size it had when opened;
+// nothing for a missing file, a directory, FIFO or device (they read as
+// missing, as on Windows) and for a file too large for memory.
+std::optional<std::string> ReadFileText(const char* file)
+{
+    const FileHandle handle = OpenFileForReading(file);
+    if (handle == InvalidFileHandle()) return std::nullopt;
+    std::optional<std::string> text;
+    try {
+        text.emplace(GetFileSizeLow(handle), '\0');
+        uint32_t bytesRead = 0;
+        if (ReadFromFile(handle, text->data(), static_cast<uint32_t>(text->size()), &bytesRead)) {
+            text->resize(bytesRead);
+        } else {
+            text.reset();
+        }
+    } catch (const std::bad_alloc&) {
+        text.reset();
+    }
+    CloseFile(handle);
+    return text;
+}
+
 std::string_view DefaultText(const char* defaultValue)
 {
     // Trailing spaces (not other blanks) go, but never the first character.
@@ -96,12 +140,23 @@ uint32_t ReadProfileValue(const char* section, const char* key, const char* defa
 {
     if (buffer == nullptr) return 0;
     if (section != nullptr && key != nullptr && file != nullptr) {
-        std::ifstream stream(ToNativePath(file), std::ios::binary);
-        if (stream) {
-            const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-            const std::optional<std::string_view> value = FindValue(text, Trim(section), Trim(key));
+        if (const std::optional<std::string> text = ReadFileText(file)) {
+            const std::optional<std::string_view> value = FindValue(*text, Trim(section), Trim(key));
             if (value) return CopyOut(*value, buffer, size);
         }
+    }
+    return CopyOut(DefaultText(defaultValue), buffer, size);
+}
+
+uint32_t ReadProfileValueFromText(const char* section, const char* key, const char* defaultValue, char* buffer,
+                                  uint32_t size, const char* file, const char* text, uint32_t textSize)
+{
+    if (text == nullptr) return ReadProfileValue(section, key, defaultValue, buffer, size, file);
+    if (buffer == nullptr) return 0;
+    if (section != nullptr && key != nullptr) {
+        const std::optional<std::string_view> value =
+            FindValue(std::string_view(text, textSize), Trim(section), Trim(key));
+        if (value) return CopyOut(*value, buffer, size);
     }
     return CopyOut(DefaultText(defaultValue), buffer, size);
 }

@@ -99,6 +99,13 @@ bool StopThreadTimer(TimerId id)
     return true;
 }
 
+bool ThreadTimerIsRunning(TimerId id)
+{
+    TimerState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    return state.timers.count(id) != 0;
+}
+
 void DispatchMessagesFor(uint32_t milliseconds)
 {
     TimerState& state = State();

@@ -64,6 +64,14 @@ void SetDebugSink(DebugSink sink, void* context)
     }
 }
 
+void GetDebugSink(DebugSink* sink, void** context)
+{
+    SinkState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    if (sink != nullptr) *sink = state.sink;
+    if (context != nullptr) *context = state.context;
+}
+
 void BreakIntoDebugger() { DebugBreak(); }
 
 }  // namespace Platform

@@ -30,7 +30,15 @@ void CopyFindData(const WIN32_FIND_DATAA& from, FindData* to)
 
 FileHandle OpenFileForReading(const char* path)
 {
-    return CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    // Only a file on disk is read: a device or a pipe has no contents of a
+    // known size, and reading one may wait.
+    if (file != INVALID_HANDLE_VALUE && GetFileType(file) != FILE_TYPE_DISK) {
+        CloseHandle(file);
+        SetLastError(ERROR_ACCESS_DENIED);
+        return INVALID_HANDLE_VALUE;
+    }
+    return file;
 }
 
 FileHandle CreateFileForWriting(const char* path)
@@ -68,19 +76,20 @@ FindHandle FindFirstEntry(const char* pattern, FindData* data)
 {
     WIN32_FIND_DATAA found;
     HANDLE find = FindFirstFileA(pattern, &found);
-    if (find != INVALID_HANDLE_VALUE) CopyFindData(found, data);
-    return find;
+    if (find == INVALID_HANDLE_VALUE) return InvalidFindHandle();
+    CopyFindData(found, data);
+    return reinterpret_cast<FindHandle>(find);
 }
 
 bool FindNextEntry(FindHandle find, FindData* data)
 {
     WIN32_FIND_DATAA found;
-    if (!FindNextFileA(find, &found)) return false;
+    if (!FindNextFileA(reinterpret_cast<HANDLE>(find), &found)) return false;
     CopyFindData(found, data);
     return true;
 }
 
-void CloseFind(FindHandle find) { FindClose(find); }
+void CloseFind(FindHandle find) { FindClose(reinterpret_cast<HANDLE>(find)); }
 
 int CompareFileTimes(const FileTime* a, const FileTime* b)
 {

@@ -2,10 +2,17 @@
 
 #include <windows.h>
 
+#include "platform/win32/load_failure_note.h"
+
 namespace Orvik {
 namespace Platform {
 
-ModuleHandle LoadModule(const char* path) { return LoadLibraryA(path); }
+ModuleHandle LoadModule(const char* path)
+{
+    HMODULE module = LoadLibraryA(path);
+    if (module == nullptr) NoteLoadFailure(path);
+    return module;
+}
 
 ExportedFunction FindExport(ModuleHandle module, const char* name)
 {

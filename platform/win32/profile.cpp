@@ -11,5 +11,11 @@ uint32_t ReadProfileValue(const char* section, const char* key, const char* defa
     return GetPrivateProfileStringA(section, key, defaultValue, buffer, size, file);
 }
 
+uint32_t ReadProfileValueFromText(const char* section, const char* key, const char* defaultValue, char* buffer,
+                                  uint32_t size, const char* file, const char*, uint32_t)
+{
+    return GetPrivateProfileStringA(section, key, defaultValue, buffer, size, file);
+}
+
 }  // namespace Platform
 }  // namespace Orvik

@@ -18,6 +18,8 @@ namespace {
 
 struct Timer {
     DWORD owner;
+    // Tells when the owner has ended, and its timers with it.
+    HANDLE ownerThread;
     TimerProc proc;
     bool stopped;
 };
@@ -35,6 +37,13 @@ TimerState& State()
     return *state;
 }
 
+// Drops the record of a timer; the system's timer is gone or killed.
+void Forget(TimerState& state, std::map<TimerId, Timer>::iterator timer)
+{
+    CloseHandle(timer->second.ownerThread);
+    state.timers.erase(timer);
+}
+
 void CALLBACK Tick(HWND window, UINT message, UINT_PTR id, DWORD time)
 {
     TimerState& state = State();
@@ -43,7 +52,7 @@ void CALLBACK Tick(HWND window, UINT message, UINT_PTR id, DWORD time)
     if (timer == state.timers.end()) return;
     if (timer->second.stopped) {
         KillTimer(nullptr, id);
-        state.timers.erase(timer);
+        Forget(state, timer);
         return;
     }
     const TimerProc proc = timer->second.proc;
@@ -62,8 +71,19 @@ TimerId StartThreadTimer(uint32_t intervalMs, TimerProc proc)
     if (proc == nullptr) return 0;
     TimerState& state = State();
     std::lock_guard<std::mutex> guard(state.mutex);
+    HANDLE self = nullptr;
+    if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &self, SYNCHRONIZE, FALSE, 0)) {
+        return 0;
+    }
     const UINT_PTR id = SetTimer(nullptr, 0, intervalMs, Tick);
-    if (id != 0) state.timers[id] = Timer{GetCurrentThreadId(), proc, false};
+    if (id == 0) {
+        CloseHandle(self);
+        return 0;
+    }
+    // A record left by an ended thread may carry the same id.
+    auto stale = state.timers.find(id);
+    if (stale != state.timers.end()) Forget(state, stale);
+    state.timers[id] = Timer{GetCurrentThreadId(), self, proc, false};
     return id;
 }
 
@@ -78,7 +98,12 @@ bool StopThreadTimer(TimerId id)
     const DWORD self = GetCurrentThreadId();
     if (timer->second.owner == self) {
         KillTimer(nullptr, id);
-        state.timers.erase(timer);
+        Forget(state, timer);
+        return true;
+    }
+    if (WaitForSingleObject(timer->second.ownerThread, 0) == WAIT_OBJECT_0) {
+        // The owner has ended, and its timer with it.
+        Forget(state, timer);
         return true;
     }
     timer->second.stopped = true;
@@ -88,6 +113,17 @@ bool StopThreadTimer(TimerId id)
         return calling == state.firing.end() || calling->second != id;
     });
     return true;
+}
+
+bool ThreadTimerIsRunning(TimerId id)
+{
+    TimerState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    auto timer = state.timers.find(id);
+    if (timer == state.timers.end() || timer->second.stopped) return false;
+    if (WaitForSingleObject(timer->second.ownerThread, 0) != WAIT_OBJECT_0) return true;
+    Forget(state, timer);
+    return false;
 }
 
 void DispatchMessagesFor(uint32_t milliseconds)

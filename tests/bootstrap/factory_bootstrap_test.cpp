@@ -46,7 +46,7 @@ std::string InProgramDirectory(const char* name) { return ProgramDirectory() + "
 
 IComponent* CreateIn(Platform::ModuleHandle module, ComponentId id, uint32_t creator = 0)
 {
-    return reinterpret_cast<CreateComponentExport>(Platform::FindExport(module, "CreateComponent"))(id, creator);
+    return FindModuleExport<Exports::CreateComponent>(module)(id, creator);
 }
 
 // The stand-in factory module, loaded by the test itself. Like any factory
@@ -82,7 +82,7 @@ protected:
     }
     void SetRegistry(const std::string& path)
     {
-        reinterpret_cast<SetDllRegistryExport>(Platform::FindExport(client_, "SetDLLRegistry"))(path.c_str());
+        FindModuleExport<Exports::SetDLLRegistry>(client_)(path.c_str());
     }
     void UseProfileNamingTestFactory() { UseProfile("client.ini", InProgramDirectory("OrvFact.dll")); }
 
@@ -106,7 +106,7 @@ TEST_F(FactoryBootstrap, ProfileNamesTheFactoryModule)
 TEST_F(FactoryBootstrap, GivenFactoryHandleReadsNoProfile)
 {
     ASSERT_NE(TestFactoryModule(), nullptr);
-    reinterpret_cast<SetFactoryHandleExport>(Platform::FindExport(client_, "SetFactoryHandle"))(TestFactoryModule());
+    FindModuleExport<Exports::SetFactoryHandle>(client_)(TestFactoryModule());
     SetRegistry(scratch_.Framework("no_such_profile.ini"));
     DebugCapture capture;
     EXPECT_NE(probe_->UseService(1), nullptr);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include "bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
+#include "tests/catalog/catalog_test_access.h"
 #include "tests/support/code_page_scope.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
@@ -48,8 +50,8 @@ std::string LogMasks(uint32_t debug, uint32_t file, int32_t flag = 0)
 // the log masks when the section set a log key.
 std::string Summary(const Catalog& c)
 {
-    std::string text = "default" + LogMasks(c.defaultDebugOutputMask, c.defaultLogFileMask);
-    for (const auto& [id, r] : c.configRecords) {
+    std::string text = "default" + LogMasks(Inspect(c).defaultDebugOutputMask, Inspect(c).defaultLogFileMask);
+    for (const auto& [id, r] : Inspect(c).configRecords) {
         text += "; " + std::to_string(id) + (r.dll[0] != '\0' ? ":" + std::string(r.dll) : "");
         if (r.notUseDefaultDllPath != 0) text += " nodefault";
         text += LogMasks(r.debugOutputMask, r.logFileMask, r.hasLogSetting);
@@ -57,16 +59,31 @@ std::string Summary(const Catalog& c)
     return text;
 }
 
+// Text with the zero bytes it holds.
+template <size_t N>
+std::string Bytes(const char (&text)[N])
+{
+    return std::string(text, N - 1);
+}
+
+// Sections in any order, repeated, and lines whose text a zero byte ends.
+const std::pair<std::string, std::string> kOrderAndZeroCases[] = {
+    {"[300]\ndll=c.dll\n[100]\ndll=a.dll\n[200]\n[100]\nwritetologfile=E\n[50]\n[300]\ndll=d.dll\n",
+     "default; 50; 100 log=0/1; 200; 300:d.dll"},
+    {Bytes("[100]\ndll=a.dll\0b.dll\n[200\0]\n[300]\n[7\0]\ndll\0=x.dll\n[8]\nwritetologfile=\0E\n"),
+     "default; 8 log=0/0; 100:a.dll; 300"},
+};
+
 void ExpectDefaults(const Catalog& c)
 {
-    EXPECT_EQ(6, c.maxFileCount);
-    EXPECT_EQ(41943040u, c.maxFileSize);
-    EXPECT_EQ(0u, c.defaultDebugOutputMask);
-    EXPECT_EQ(0u, c.defaultLogFileMask);
-    EXPECT_TRUE(c.configRecords.empty());
-    EXPECT_STREQ("", c.defaultDllPath);
-    EXPECT_STREQ("", c.dllList);
-    EXPECT_EQ(0, c.hasDllList);
+    EXPECT_EQ(6, Inspect(c).maxFileCount);
+    EXPECT_EQ(41943040u, Inspect(c).maxFileSize);
+    EXPECT_EQ(0u, Inspect(c).defaultDebugOutputMask);
+    EXPECT_EQ(0u, Inspect(c).defaultLogFileMask);
+    EXPECT_TRUE(Inspect(c).configRecords.empty());
+    EXPECT_STREQ("", Inspect(c).defaultDllPath);
+    EXPECT_STREQ("", Inspect(c).dllList);
+    EXPECT_EQ(0, Inspect(c).hasDllList);
 }
 
 TEST_F(ConfigFileTest, MissingOrEmptyFileKeepsDefaultsWithTheFilesDirectory)
@@ -75,13 +92,13 @@ TEST_F(ConfigFileTest, MissingOrEmptyFileKeepsDefaultsWithTheFilesDirectory)
     const std::string path = Dir() + "\\absent.ini";
     EXPECT_EQ(1u, missing.LoadConfigFile("reg", path.c_str()));
     ExpectDefaults(missing);
-    EXPECT_STREQ("reg", missing.registryPath);
-    EXPECT_EQ(path, missing.configFilePath);
-    EXPECT_EQ(Dir(), missing.dllPath);
+    EXPECT_STREQ("reg", Inspect(missing).registryPath);
+    EXPECT_EQ(path, Inspect(missing).configFilePath);
+    EXPECT_EQ(Dir(), Inspect(missing).dllPath);
 
     auto empty = Load("");
     ExpectDefaults(*empty);
-    EXPECT_EQ(Dir(), empty->dllPath);
+    EXPECT_EQ(Dir(), Inspect(*empty).dllPath);
 }
 
 TEST_F(ConfigFileTest, LineEndsAndBlankLinesDoNotMatter)
@@ -94,7 +111,7 @@ TEST_F(ConfigFileTest, LineEndsAndBlankLinesDoNotMatter)
         }
         auto c = Load(text);
         EXPECT_EQ("default log=1/0; 100:a.dll; 200 log=0/16", Summary(*c)) << "line end of " << end.size() << " bytes";
-        EXPECT_EQ(4, c->maxFileCount);
+        EXPECT_EQ(4, Inspect(*c).maxFileCount);
     }
 }
 
@@ -130,6 +147,7 @@ TEST_F(ConfigFileTest, RecordsFollowSectionsKeysAndValues)
          "default; 1:" + fits + "; 2:keep; 3"},
     };
     for (const auto& [file, summary] : cases) EXPECT_EQ(summary, Summary(*Load(file))) << file;
+    for (const auto& [file, summary] : kOrderAndZeroCases) EXPECT_EQ(summary, Summary(*Load(file))) << file;
 }
 
 TEST_F(ConfigFileTest, LogLettersMakeTheWholeMask)
@@ -138,47 +156,47 @@ TEST_F(ConfigFileTest, LogLettersMakeTheWholeMask)
         {"WE", 0x11}, {"none", 0x01}, {"0", 0}, {"off", 0}, {"etvdwc", 0x3F}, {"E, T or x", 0x03}};
     for (const auto& [value, mask] : cases) {
         auto c = Load(std::string("xx[LOGDEFAULT]yy\noutputdebugstring=") + value + "\n[7]\nwritetologfile=" + value);
-        EXPECT_EQ(mask, c->defaultDebugOutputMask) << value;
-        EXPECT_EQ(mask, c->configRecords.at(7).logFileMask) << value;
-        EXPECT_EQ(0u, c->configRecords.at(7).debugOutputMask) << value;
+        EXPECT_EQ(mask, Inspect(*c).defaultDebugOutputMask) << value;
+        EXPECT_EQ(mask, Inspect(*c).configRecords.at(7).logFileMask) << value;
+        EXPECT_EQ(0u, Inspect(*c).configRecords.at(7).debugOutputMask) << value;
     }
     auto replaced = Load("[LogDefault]\nwritetologfile=EW\nwritetologfile=T\n[7]\noutputdebugstring=EW\n"
                          "outputdebugstring=T\n");
-    EXPECT_EQ(0x02u, replaced->defaultLogFileMask);
-    EXPECT_EQ(0x02u, replaced->configRecords.at(7).debugOutputMask);
-    EXPECT_EQ(0u, Load("outputdebugstring=E\n[defaultvalue]\noutputdebugstring=E\n")->defaultDebugOutputMask);
+    EXPECT_EQ(0x02u, Inspect(*replaced).defaultLogFileMask);
+    EXPECT_EQ(0x02u, Inspect(*replaced).configRecords.at(7).debugOutputMask);
+    EXPECT_EQ(0u, Inspect(*Load("outputdebugstring=E\n[defaultvalue]\noutputdebugstring=E\n")).defaultDebugOutputMask);
 }
 
 TEST_F(ConfigFileTest, LogFileLimitsAreNumbers)
 {
-    EXPECT_EQ(10u << 20, Load("MaxFileSize=10")->maxFileSize);
-    EXPECT_EQ(0u, Load("maxfilesize=abc")->maxFileSize);
-    EXPECT_EQ(0u, Load("MaxFileSize=4096")->maxFileSize);
-    EXPECT_EQ(1u << 20, Load("MaxFileSize=4097")->maxFileSize);
-    EXPECT_EQ(3, Load("MaxFileCount=3x")->maxFileCount);
-    EXPECT_EQ(-2, Load("MAXFILECOUNT = -2")->maxFileCount);
+    EXPECT_EQ(10u << 20, Inspect(*Load("MaxFileSize=10")).maxFileSize);
+    EXPECT_EQ(0u, Inspect(*Load("maxfilesize=abc")).maxFileSize);
+    EXPECT_EQ(0u, Inspect(*Load("MaxFileSize=4096")).maxFileSize);
+    EXPECT_EQ(1u << 20, Inspect(*Load("MaxFileSize=4097")).maxFileSize);
+    EXPECT_EQ(3, Inspect(*Load("MaxFileCount=3x")).maxFileCount);
+    EXPECT_EQ(-2, Inspect(*Load("MAXFILECOUNT = -2")).maxFileCount);
 }
 
 TEST_F(ConfigFileTest, ModulePathsResolveAgainstTheFileOrDllPath)
 {
-    EXPECT_EQ(Dir() + "\\mods", std::string(Load("dllpath=mods")->dllPath));
-    EXPECT_EQ(Dir() + "\\..\\mods", std::string(Load("dllpath=..\\mods")->dllPath));
-    EXPECT_STREQ("C:\\mods", Load("dllpath=C:\\mods")->dllPath);
-    EXPECT_STREQ("\\srv\\mods", Load("dllpath=\\srv\\mods")->dllPath);
+    EXPECT_EQ(Dir() + "\\mods", std::string(Inspect(*Load("dllpath=mods")).dllPath));
+    EXPECT_EQ(Dir() + "\\..\\mods", std::string(Inspect(*Load("dllpath=..\\mods")).dllPath));
+    EXPECT_STREQ("C:\\mods", Inspect(*Load("dllpath=C:\\mods")).dllPath);
+    EXPECT_STREQ("\\srv\\mods", Inspect(*Load("dllpath=\\srv\\mods")).dllPath);
 
-    EXPECT_EQ(Dir() + "\\x.dll", std::string(Load("defaultdll=x.dll\ndllpath=C:\\mods\n")->defaultDllPath));
-    EXPECT_STREQ("C:\\mods\\x.dll", Load("dllpath=C:\\mods\ndefaultdll=x.dll\n")->defaultDllPath);
-    EXPECT_STREQ("C:\\mods\\x.dll", Load("dllpath=C:\\mods\\\ndefaultdll=x.dll\n")->defaultDllPath);
-    EXPECT_STREQ("D:\\x.dll", Load("dllpath=C:\\mods\ndefaultdll=D:\\x.dll\n")->defaultDllPath);
+    EXPECT_EQ(Dir() + "\\x.dll", std::string(Inspect(*Load("defaultdll=x.dll\ndllpath=C:\\mods\n")).defaultDllPath));
+    EXPECT_STREQ("C:\\mods\\x.dll", Inspect(*Load("dllpath=C:\\mods\ndefaultdll=x.dll\n")).defaultDllPath);
+    EXPECT_STREQ("C:\\mods\\x.dll", Inspect(*Load("dllpath=C:\\mods\\\ndefaultdll=x.dll\n")).defaultDllPath);
+    EXPECT_STREQ("D:\\x.dll", Inspect(*Load("dllpath=C:\\mods\ndefaultdll=D:\\x.dll\n")).defaultDllPath);
 }
 
 TEST_F(ConfigFileTest, ScanListAndItsFlag)
 {
     auto cleared = Load("dlls=a.dll,b.dll\ndlls=\n");
-    EXPECT_STREQ("", cleared->dllList);
-    EXPECT_EQ(1, cleared->hasDllList);
-    EXPECT_STREQ("c.dll, d.dll", Load("dlls=a.dll\ndlls= \"c.dll, d.dll\" \n")->dllList);
-    EXPECT_EQ(0, Load("dlls=\n")->hasDllList);
+    EXPECT_STREQ("", Inspect(*cleared).dllList);
+    EXPECT_EQ(1, Inspect(*cleared).hasDllList);
+    EXPECT_STREQ("c.dll, d.dll", Inspect(*Load("dlls=a.dll\ndlls= \"c.dll, d.dll\" \n")).dllList);
+    EXPECT_EQ(0, Inspect(*Load("dlls=\n")).hasDllList);
 }
 
 TEST_F(ConfigFileTest, SettingsThatDoNotFitAreRefusedOrKeepTheirDocumentedRemainder)
@@ -186,14 +204,14 @@ TEST_F(ConfigFileTest, SettingsThatDoNotFitAreRefusedOrKeepTheirDocumentedRemain
     const std::string fits(259, 'a');
     auto c = Load("dlls=" + fits.substr(1) + "\ndllpath=C:\\" + std::string(256, 'p') + "\ndefaultdll=C:\\" + fits +
                   "\n");
-    EXPECT_EQ(fits.substr(1), c->dllList);
-    EXPECT_EQ(259u, std::strlen(c->dllPath));
-    EXPECT_STREQ("", c->defaultDllPath);
-    EXPECT_STREQ("x.dll", Load("dlls=x.dll\ndlls=" + fits + "\n")->dllList);
+    EXPECT_EQ(fits.substr(1), Inspect(*c).dllList);
+    EXPECT_EQ(259u, std::strlen(Inspect(*c).dllPath));
+    EXPECT_STREQ("", Inspect(*c).defaultDllPath);
+    EXPECT_STREQ("x.dll", Inspect(*Load("dlls=x.dll\ndlls=" + fits + "\n")).dllList);
 
     const std::string name(250, 'n');
-    EXPECT_EQ(Dir() + "\\", std::string(Load("dllpath=" + name)->dllPath));
-    EXPECT_EQ((Dir() + "\\" + name).substr(0, 259), Load("defaultdll=" + name)->defaultDllPath);
+    EXPECT_EQ(Dir() + "\\", std::string(Inspect(*Load("dllpath=" + name)).dllPath));
+    EXPECT_EQ((Dir() + "\\" + name).substr(0, 259), Inspect(*Load("defaultdll=" + name)).defaultDllPath);
 }
 
 TEST_F(ConfigFileTest, DoubleByteCharactersHideTheirTrailBytes)
@@ -203,6 +221,31 @@ TEST_F(ConfigFileTest, DoubleByteCharactersHideTheirTrailBytes)
     // 0x81 0x5B and 0x83 0x45 are single characters whose trail bytes read '[' and 'E'.
     EXPECT_EQ("default log=2/0; 100:x.dll",
               Summary(*Load("[100]\n\x81[5]\ndll=x.dll\n[logdefault]\noutputdebugstring=\x83\x45T\n")));
+    // Otherwise the rules are those of single-byte text.
+    for (const auto& [file, summary] : kOrderAndZeroCases) EXPECT_EQ(summary, Summary(*Load(file))) << file;
+}
+
+TEST_F(ConfigFileTest, RedirectLookupReadsTheFileTheParseThenUses)
+{
+    std::ofstream(scratch_.native() / "first.ini", std::ios::binary) << "[Redirect]\nPath=other.ini\n[100]\ndll=a.dll\n";
+    std::ofstream(scratch_.native() / "second.ini", std::ios::binary) << "[200]\ndll=b.dll\n";
+    const std::string first = scratch_.Framework("first.ini"), second = scratch_.Framework("second.ini");
+    char value[Platform::kMaxPath] = "x";
+
+    Catalog c;
+    c.ReadRedirectPath(first.c_str(), value, sizeof value);
+    EXPECT_STREQ("other.ini", value);
+    // The file was read once, for both.
+    std::filesystem::remove(scratch_.native() / "first.ini");
+    EXPECT_EQ(1u, c.LoadConfigFile("reg", first.c_str()));
+    EXPECT_EQ("default; 100:a.dll", Summary(c));
+
+    // A file the lookup did not read is read by the parse.
+    Catalog d;
+    d.ReadRedirectPath(first.c_str(), value, sizeof value);
+    EXPECT_STREQ("", value) << "the file is gone";
+    d.LoadConfigFile("reg", second.c_str());
+    EXPECT_EQ("default; 200:b.dll", Summary(d));
 }
 
 TEST_F(ConfigFileTest, PreloadRunsAtItsLineWithTheDllPathOfThatLine)
@@ -222,8 +265,8 @@ TEST(ConfigRelativeFile, DirectoryIsTakenBelowTheRootPath)
     DebugCapture capture;
     Catalog c;
     EXPECT_EQ(1u, c.LoadConfigFile("", "orvik_absent_dir\\catalog.ini"));
-    EXPECT_EQ(std::string(GetRootPath()) + "\\orvik_absent_dir", c.dllPath);
-    EXPECT_STREQ("orvik_absent_dir\\catalog.ini", c.configFilePath);
+    EXPECT_EQ(std::string(GetRootPath()) + "\\orvik_absent_dir", Inspect(c).dllPath);
+    EXPECT_STREQ("orvik_absent_dir\\catalog.ini", Inspect(c).configFilePath);
     ExpectDefaults(c);
 }
 

@@ -81,10 +81,10 @@ TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
 {
     auto& catalog = Load("[50]\ndll=" + Program("cat_nocreate.dll") +
                          "\n[51]\nnotusedefaultdllpath=1\ndll=cat_nocreate.dll\n[52]\ndll=sub\\x.dll\n");
-    for (ComponentId id : {50, 51, 52}) catalog.ResolveConfigDllPath(catalog.configRecords.at(id));
-    EXPECT_EQ(Program("cat_nocreate.dll"), catalog.configRecords.at(50).fullPath);
-    EXPECT_EQ(scratch_.Framework("cat_nocreate.dll"), catalog.configRecords.at(51).fullPath);
-    EXPECT_EQ(Program("sub\\x.dll"), catalog.configRecords.at(52).fullPath);
+    for (ComponentId id : {50, 51, 52}) Inspect(catalog).ResolveConfigDllPath(Inspect(catalog).configRecords.at(id));
+    EXPECT_EQ(Program("cat_nocreate.dll"), Inspect(catalog).configRecords.at(50).fullPath);
+    EXPECT_EQ(scratch_.Framework("cat_nocreate.dll"), Inspect(catalog).configRecords.at(51).fullPath);
+    EXPECT_EQ(Program("sub\\x.dll"), Inspect(catalog).configRecords.at(52).fullPath);
 }
 
 TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
@@ -95,13 +95,13 @@ TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
     EXPECT_EQ(kFirstTag, Probe(component)->ModuleTag());
     EXPECT_EQ(configPath_, RegistryPathOf(component));
     component->Release(0);
-    Platform::ReleaseModule(catalog_->defaultDllModule);
+    Platform::ReleaseModule(Inspect(*catalog_).defaultDllModule);
 
     Load("defaultdll=cat_noids.dll\n");
     IComponent* bare = Create(5);
     ASSERT_NE(nullptr, bare);
     EXPECT_EQ(kNoIdsTag, Probe(bare)->ModuleTag());
-    Platform::ReleaseModule(catalog_->defaultDllModule);
+    Platform::ReleaseModule(Inspect(*catalog_).defaultDllModule);
 }
 
 TEST_F(CatalogCreation, ScannedModuleIsToldOncePerIdAndItsEntryPointCached)
@@ -118,8 +118,8 @@ TEST_F(CatalogCreation, ScannedModuleIsToldOncePerIdAndItsEntryPointCached)
     EXPECT_EQ(361u, counts.lastCreatorId);
     EXPECT_EQ(ThisModuleHandle(), counts.lastFactoryHandle);
     EXPECT_EQ(configPath_, RegistryPathOf(component));
-    EXPECT_NE(nullptr, catalog.dllListRecords.at(1001).createComponent);
-    EXPECT_EQ(nullptr, catalog.dllListRecords.at(1002).createComponent);
+    EXPECT_NE(nullptr, Inspect(catalog).dllListRecords.at(1001).createComponent);
+    EXPECT_EQ(nullptr, Inspect(catalog).dllListRecords.at(1002).createComponent);
 }
 
 TEST_F(CatalogModuleRecords, SectionModulesAreToldEveryTimeAndFreedForEverySection)
@@ -137,13 +137,13 @@ TEST_F(CatalogModuleRecords, SectionModulesAreToldEveryTimeAndFreedForEverySecti
     catalog.FreeModule(Loaded("cat_counter.dll"));
     EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
     for (ComponentId id : {1000, 1001}) {
-        EXPECT_EQ(nullptr, catalog.configRecords.at(id).module);
-        EXPECT_EQ(1, catalog.configRecords.at(id).pathResolved);
+        EXPECT_EQ(nullptr, Inspect(catalog).configRecords.at(id).module);
+        EXPECT_EQ(1, Inspect(catalog).configRecords.at(id).pathResolved);
     }
     ASSERT_NE(nullptr, Create(1001));
     counts = CountsOf("cat_counter.dll");
     EXPECT_EQ(1, counts.createCalls);
-    catalog.FreeModule(catalog.configRecords.at(1001).module);
+    catalog.FreeModule(Inspect(catalog).configRecords.at(1001).module);
 }
 
 TEST_F(CatalogModuleRecords, ForgottenModuleIsLoadedAgainAndListedOnceMore)
@@ -154,16 +154,16 @@ TEST_F(CatalogModuleRecords, ForgottenModuleIsLoadedAgainAndListedOnceMore)
     const Platform::ModuleHandle module = Loaded("cat_first.dll");
     catalog.ClearModuleRecords(module);
     for (ComponentId id : {10, 11, 30}) {
-        EXPECT_EQ(nullptr, catalog.dllListRecords.at(id).module);
-        EXPECT_EQ(nullptr, catalog.dllListRecords.at(id).createComponent);
+        EXPECT_EQ(nullptr, Inspect(catalog).dllListRecords.at(id).module);
+        EXPECT_EQ(nullptr, Inspect(catalog).dllListRecords.at(id).createComponent);
     }
 
     IComponent* eleven = Create(11);
     ASSERT_NE(nullptr, eleven);
     EXPECT_EQ(kFirstTag, Probe(ten)->ModuleTag());
-    EXPECT_EQ((std::list<Platform::ModuleHandle>{module, module}), catalog.dllListModules);
-    for (ComponentId id : {10, 11, 30}) EXPECT_EQ(module, catalog.dllListRecords.at(id).module);
-    EXPECT_EQ(nullptr, catalog.dllListRecords.at(10).createComponent);
+    EXPECT_EQ((std::list<Platform::ModuleHandle>{module, module}), Inspect(catalog).dllListModules);
+    for (ComponentId id : {10, 11, 30}) EXPECT_EQ(module, Inspect(catalog).dllListRecords.at(id).module);
+    EXPECT_EQ(nullptr, Inspect(catalog).dllListRecords.at(10).createComponent);
     ten->Release(0);
     eleven->Release(0);
 }
@@ -173,10 +173,10 @@ TEST_F(CatalogModuleRecords, FreedScannedModuleIsNeverCalledButLoadedAgainByName
     CopyModule("cat_counter.dll", "late.dll");
     auto& catalog = Load("dlls=late.dll\n", scratch_.Framework());
     ASSERT_NE(nullptr, Create(1000));
-    catalog.FreeModule(catalog.dllListRecords.at(1000).module);
+    catalog.FreeModule(Inspect(catalog).dllListRecords.at(1000).module);
     EXPECT_EQ(nullptr, Loaded("late.dll"));
-    EXPECT_TRUE(catalog.dllListModules.empty());
-    EXPECT_EQ(nullptr, catalog.dllListRecords.at(1000).createComponent);
+    EXPECT_TRUE(Inspect(catalog).dllListModules.empty());
+    EXPECT_EQ(nullptr, Inspect(catalog).dllListRecords.at(1000).createComponent);
 
     std::filesystem::remove(scratch_.native() / "late.dll");
     {
@@ -190,7 +190,7 @@ TEST_F(CatalogModuleRecords, FreedScannedModuleIsNeverCalledButLoadedAgainByName
     IComponent* component = Create(1000);
     ASSERT_NE(nullptr, component);
     EXPECT_EQ(kCounterTag, Probe(component)->ModuleTag());
-    EXPECT_EQ(1u, catalog.dllListModules.size());
+    EXPECT_EQ(1u, Inspect(catalog).dllListModules.size());
     EXPECT_EQ(1, CountsOf("late.dll").setRegistryCalls);
 }
 

@@ -15,7 +15,7 @@ using CatalogDestruction = CatalogFixture;
 std::vector<ComponentId> RecordedIds(const CComponentClassInfoList& catalog)
 {
     std::vector<ComponentId> ids;
-    for (const auto& entry : catalog.dllListRecords) ids.push_back(entry.first);
+    for (const auto& entry : Inspect(catalog).dllListRecords) ids.push_back(entry.first);
     return ids;
 }
 
@@ -27,25 +27,25 @@ TEST_F(CatalogScan, FirstRequestScansEveryModuleEvenForASectionIdButTheFactoryNe
         EXPECT_EQ(nullptr, Create(361));
         EXPECT_EQ(Lines{"[Orvik_Error] Can't find Component(361) Creator From Dll List!\n"}, debug.lines());
     }
-    EXPECT_EQ(0, catalog.dllListScanned);
+    EXPECT_EQ(0, Inspect(catalog).dllListScanned);
     EXPECT_EQ(nullptr, Loaded("cat_first.dll"));
 
     IComponent* counter = Create(1000);
     ASSERT_NE(nullptr, counter);
     EXPECT_EQ(kCounterTag, Probe(counter)->ModuleTag());
-    EXPECT_EQ(1, catalog.dllListScanned);
-    EXPECT_STREQ("", catalog.dllList);
+    EXPECT_EQ(1, Inspect(catalog).dllListScanned);
+    EXPECT_STREQ("", Inspect(catalog).dllList);
     EXPECT_EQ((std::list<Platform::ModuleHandle>{Loaded("cat_first.dll"), Loaded("cat_second.dll")}),
-              catalog.dllListModules);
+              Inspect(catalog).dllListModules);
     EXPECT_EQ((std::vector<ComponentId>{10, 11, 20, 21, 30}), RecordedIds(catalog));
-    EXPECT_STREQ("cat_second.dll", catalog.dllListRecords.at(20).dllName);
+    EXPECT_STREQ("cat_second.dll", Inspect(catalog).dllListRecords.at(20).dllName);
 
     // Both report 30: the later module of the list owns it.
     IComponent* thirty = Create(30);
     ASSERT_NE(nullptr, thirty);
     EXPECT_EQ(kSecondTag, Probe(thirty)->ModuleTag());
     thirty->Release(0);
-    catalog.FreeModule(catalog.configRecords.at(1000).module);
+    catalog.FreeModule(Inspect(catalog).configRecords.at(1000).module);
 }
 
 // Scans the catalog again while the re-entrant module loads, as a module
@@ -60,7 +60,7 @@ public:
 private:
     static void Reenter(const char* text, void* self)
     {
-        if (std::strcmp(text, kReentrantLoadingLine) == 0) static_cast<NestedScan*>(self)->catalog_.ScanDllList();
+        if (std::strcmp(text, kReentrantLoadingLine) == 0) Inspect(static_cast<NestedScan*>(self)->catalog_).ScanDllList();
     }
     CComponentClassInfoList& catalog_;
 };
@@ -70,11 +70,11 @@ TEST_F(CatalogScan, ScanGoesOnWhereANestedScanLeftTheList)
     auto& catalog = Load("dlls=cat_reenter.dll,cat_first.dll\n");
     {
         NestedScan nested(catalog);
-        catalog.ScanDllList();
+        Inspect(catalog).ScanDllList();
     }
     // The nested scan did all; the outer one records nothing of its own.
     EXPECT_EQ((std::list<Platform::ModuleHandle>{Loaded("cat_reenter.dll"), Loaded("cat_first.dll")}),
-              catalog.dllListModules);
+              Inspect(catalog).dllListModules);
     EXPECT_EQ((std::vector<ComponentId>{10, 11, 30, 60}), RecordedIds(catalog));
     // The outer scan's own reference is neither recorded nor freed.
     Platform::ReleaseModule(Loaded("cat_reenter.dll"));
@@ -82,31 +82,31 @@ TEST_F(CatalogScan, ScanGoesOnWhereANestedScanLeftTheList)
     auto& stopped = Load("dlls=cat_reenter.dll,,cat_first.dll\n");
     {
         NestedScan nested(stopped);
-        stopped.ScanDllList();
+        Inspect(stopped).ScanDllList();
     }
-    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_reenter.dll")}, stopped.dllListModules);
-    EXPECT_STREQ(",cat_first.dll", stopped.dllList);
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_reenter.dll")}, Inspect(stopped).dllListModules);
+    EXPECT_STREQ(",cat_first.dll", Inspect(stopped).dllList);
     Platform::ReleaseModule(Loaded("cat_reenter.dll"));
 }
 
 TEST_F(CatalogScan, NameTwiceLoadsTwiceAnEmptyItemEndsTheScanAndATabStaysInTheName)
 {
     auto& twice = Load("dlls=cat_first.dll,cat_first.dll\n");
-    twice.ScanDllList();
-    EXPECT_EQ(2u, twice.dllListModules.size());
-    EXPECT_EQ(twice.dllListModules.front(), twice.dllListModules.back());
+    Inspect(twice).ScanDllList();
+    EXPECT_EQ(2u, Inspect(twice).dllListModules.size());
+    EXPECT_EQ(Inspect(twice).dllListModules.front(), Inspect(twice).dllListModules.back());
 
     auto& catalog = Load("dlls=cat_first.dll,,cat_second.dll\n");
-    catalog.ScanDllList();
-    EXPECT_EQ(1u, catalog.dllListModules.size());
-    EXPECT_STREQ(",cat_second.dll", catalog.dllList);
+    Inspect(catalog).ScanDllList();
+    EXPECT_EQ(1u, Inspect(catalog).dllListModules.size());
+    EXPECT_STREQ(",cat_second.dll", Inspect(catalog).dllList);
     EXPECT_EQ(nullptr, Loaded("cat_second.dll"));
 
     auto& tabbed = Load("dlls=cat_first.dll,\tcat_second.dll,\n");
     DebugCapture debug;
-    tabbed.ScanDllList();
-    EXPECT_EQ(1u, tabbed.dllListModules.size());
-    EXPECT_STREQ("\tcat_second.dll", tabbed.failedDlls);
+    Inspect(tabbed).ScanDllList();
+    EXPECT_EQ(1u, Inspect(tabbed).dllListModules.size());
+    EXPECT_STREQ("\tcat_second.dll", Inspect(tabbed).failedDlls);
     ASSERT_EQ(1u, debug.lines().size());
     // The code for a name holding a tab differs between platforms.
     EXPECT_EQ(0u, debug.lines()[0].find("[Orvik_Error] LoadLibrary(" + Program("\tcat_second.dll") + ") Fail. ErrorCode("));
@@ -116,8 +116,8 @@ TEST_F(CatalogScan, FailedNamesAreListedOnceAndRetriedOnRequest)
 {
     auto& catalog = Load("dlls=late.dll,late.dll, xlate.dll\n", scratch_.Framework());
     DebugCapture debug;
-    catalog.ScanDllList();
-    EXPECT_STREQ("late.dll,xlate.dll", catalog.failedDlls);
+    Inspect(catalog).ScanDllList();
+    EXPECT_STREQ("late.dll,xlate.dll", Inspect(catalog).failedDlls);
     const std::string late = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("late.dll") + ") Fail. ErrorCode(126)\n";
     const std::string xlate = "[Orvik_Error] LoadLibrary(" + scratch_.Framework("xlate.dll") + ") Fail. ErrorCode(126)\n";
     EXPECT_EQ((Lines{late, late, xlate}), debug.lines());
@@ -125,39 +125,39 @@ TEST_F(CatalogScan, FailedNamesAreListedOnceAndRetriedOnRequest)
     // The module reports 600 ids; the scan takes the first 512.
     CopyModule("cat_counter.dll", "late.dll");
     catalog.RescanFailedDlls();
-    EXPECT_STREQ("xlate.dll", catalog.failedDlls);
-    EXPECT_STREQ("", catalog.dllList);
-    ASSERT_EQ(512u, catalog.dllListRecords.size());
-    EXPECT_EQ(1000u, catalog.dllListRecords.begin()->first);
-    EXPECT_EQ(1511u, catalog.dllListRecords.rbegin()->first);
-    EXPECT_STREQ("late.dll", catalog.dllListRecords.at(1511).dllName);
+    EXPECT_STREQ("xlate.dll", Inspect(catalog).failedDlls);
+    EXPECT_STREQ("", Inspect(catalog).dllList);
+    ASSERT_EQ(512u, Inspect(catalog).dllListRecords.size());
+    EXPECT_EQ(1000u, Inspect(catalog).dllListRecords.begin()->first);
+    EXPECT_EQ(1511u, Inspect(catalog).dllListRecords.rbegin()->first);
+    EXPECT_STREQ("late.dll", Inspect(catalog).dllListRecords.at(1511).dllName);
 }
 
 TEST_F(CatalogScan, NameFoundInsideAFailedOneIsNotAddedAndNothingFailedMeansNoRetry)
 {
     auto& catalog = Load("dlls=xa.dll,a.dll\n");
-    catalog.ScanDllList();
-    EXPECT_STREQ("xa.dll", catalog.failedDlls);
+    Inspect(catalog).ScanDllList();
+    EXPECT_STREQ("xa.dll", Inspect(catalog).failedDlls);
 
     auto& untouched = Load("dlls=cat_first.dll\n");
     DebugCapture debug;
     untouched.RescanFailedDlls();
     EXPECT_TRUE(debug.lines().empty());
-    EXPECT_TRUE(untouched.dllListModules.empty());
-    EXPECT_STREQ("cat_first.dll", untouched.dllList);
+    EXPECT_TRUE(Inspect(untouched).dllListModules.empty());
+    EXPECT_STREQ("cat_first.dll", Inspect(untouched).dllList);
 }
 
 TEST_F(CatalogScan, ModuleWithoutIdListStaysLoadedWithoutIds)
 {
     auto& catalog = Load("dlls=cat_noids.dll\n");
     DebugCapture debug;
-    catalog.ScanDllList();
+    Inspect(catalog).ScanDllList();
     EXPECT_EQ(Lines{"[Orvik_Error] No export \"GetComponentIDs\" function from " + Program("cat_noids.dll") +
                     " Fail.\n"},
               debug.lines());
-    EXPECT_TRUE(catalog.dllListRecords.empty());
+    EXPECT_TRUE(Inspect(catalog).dllListRecords.empty());
     ASSERT_NE(nullptr, Loaded("cat_noids.dll"));
-    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_noids.dll")}, catalog.dllListModules);
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_noids.dll")}, Inspect(catalog).dllListModules);
 }
 
 TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)
@@ -168,12 +168,12 @@ TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)
     CopyModule("cat_counter.dll", fits);
     auto& catalog = Load("dlls=" + tooLong + ", " + fits + "," + itemTooLong + "\n", scratch_.Framework());
     DebugCapture debug;
-    catalog.ScanDllList();
+    Inspect(catalog).ScanDllList();
     EXPECT_EQ((Lines{"[Orvik_Error] Name too long in the dlls list, skipped(" + tooLong + ").\n",
                      "[Orvik_Error] Name too long in the dlls list, skipped(" + itemTooLong + ").\n"}),
               debug.lines());
-    EXPECT_EQ(1u, catalog.dllListModules.size());
-    EXPECT_STREQ(fits.c_str(), catalog.dllListRecords.at(1000).dllName);
+    EXPECT_EQ(1u, Inspect(catalog).dllListModules.size());
+    EXPECT_STREQ(fits.c_str(), Inspect(catalog).dllListRecords.at(1000).dllName);
 }
 
 TEST_F(CatalogPreload, LoadsJoinedPathsUnlessTheBaseNameIsLoaded)
@@ -185,13 +185,13 @@ TEST_F(CatalogPreload, LoadsJoinedPathsUnlessTheBaseNameIsLoaded)
                   debug.lines());
     }
     ASSERT_NE(nullptr, Loaded("cat_dep.dll"));
-    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_dep.dll")}, catalog_->preloadedModules);
+    EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_dep.dll")}, Inspect(*catalog_).preloadedModules);
 
     // No cat_dep.dll lies in the program directory: the loaded one counts.
     DebugCapture debug;
     auto second = Make("preload=cat_dep.dll\n", ProgramDirectory(), "second.ini");
     EXPECT_EQ(Lines{"[Orvik_Note] PreLoadDependDllList, cat_dep already loaded!\n"}, debug.lines());
-    EXPECT_TRUE(second->preloadedModules.empty());
+    EXPECT_TRUE(Inspect(*second).preloadedModules.empty());
     second.reset();
     EXPECT_NE(nullptr, Loaded("cat_dep.dll"));
     catalog_.reset();
@@ -226,7 +226,7 @@ TEST_F(CatalogDestruction, LeavesTheDefaultModuleLoaded)
 {
     auto& catalog = Load("defaultdll=cat_counter.dll\n");
     ASSERT_NE(nullptr, Create(1000));
-    const Platform::ModuleHandle module = catalog.defaultDllModule;
+    const Platform::ModuleHandle module = Inspect(catalog).defaultDllModule;
     catalog_.reset();
     EXPECT_EQ(module, Loaded("cat_counter.dll"));
     Platform::ReleaseModule(module);

@@ -12,6 +12,7 @@
 
 #include "bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
+#include "tests/catalog/catalog_test_access.h"
 #include "platform/debug_output.h"
 #include "platform/module_loader.h"
 #include "tests/catalog/modules/catalog_probe.h"

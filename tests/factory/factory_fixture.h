@@ -75,7 +75,7 @@ protected:
     // The client's registry path: the configuration its requests name.
     void SetRegistry(const std::string& path)
     {
-        reinterpret_cast<SetDllRegistryExport>(Platform::FindExport(clientModule_, "SetDLLRegistry"))(path.c_str());
+        FindModuleExport<Exports::SetDLLRegistry>(clientModule_)(path.c_str());
     }
 
     // What the client saw of the component id; tag 0 when it got none.
@@ -111,7 +111,7 @@ protected:
     {
         clientModule_ = Platform::LoadModule(InProgramDirectory("fact_client.dll").c_str());
         ASSERT_NE(clientModule_, nullptr);
-        auto create = reinterpret_cast<CreateComponentExport>(Platform::FindExport(clientModule_, "CreateComponent"));
+        auto create = FindModuleExport<Exports::CreateComponent>(clientModule_);
         client_ = static_cast<IFactoryClient*>(create(IFactoryClient::kComponentId, 0));
         ASSERT_NE(client_, nullptr);
     }

@@ -123,5 +123,35 @@ TEST_F(RegisteredInstance, IsReturnedForEveryConfiguration)
     EXPECT_TRUE(DispatchUntilUnloaded({"fact_shared.dll"})) << "its module fell idle";
 }
 
+TEST_F(RegisteredInstance, ManyAreFoundByIdAndByPointer)
+{
+    WriteOrvikIni("[8202]\ndll=fact_alpha.dll\n");
+    constexpr ComponentId kFirstId = 9000;
+    std::vector<IProviderProbe*> kept;
+    IOrvikComponentFactory* factory = Factory();
+    for (ComponentId id = kFirstId; id < kFirstId + 300; ++id) {
+        kept.push_back(client_->Keep(kAlphaOnlyId));
+        ASSERT_NE(kept.back(), nullptr);
+        factory->RegisterInstance(id, kept.back());
+    }
+    // An id registered again answers with its latest instance; both stay listed.
+    factory->RegisterInstance(kFirstId, kept[1]);
+    IProviderProbe* unregistered = client_->Keep(kAlphaOnlyId);
+
+    EXPECT_EQ(factory->CreateComponentByID(kFirstId, nullptr), kept[1]);
+    for (size_t i = 1; i < kept.size(); ++i) {
+        EXPECT_EQ(factory->CreateComponentByID(kFirstId + static_cast<ComponentId>(i), nullptr), kept[i]) << i;
+    }
+    for (IProviderProbe* instance : kept) EXPECT_EQ(factory->IsRegisteredInstance(instance), 1);
+    EXPECT_EQ(factory->IsRegisteredInstance(unregistered), 0);
+    unregistered->Release(0);
+
+    factory->ReleaseRegisteredInstances();
+    EXPECT_TRUE(DispatchUntilUnloaded({"fact_alpha.dll"})) << "every registered instance was released";
+    EXPECT_EQ(factory->IsRegisteredInstance(kept.front()), 1) << "released instances stay listed";
+    EXPECT_EQ(factory->CreateComponentByID(kFirstId + 5, nullptr), nullptr) << "and are never handed out again";
+    EXPECT_EQ(debug_.Take().size(), 1u) << "the last request found no provider";
+}
+
 }  // namespace
 }  // namespace Orvik::Testing

@@ -59,6 +59,29 @@ TEST_F(Unloading, TryUnloadModuleNeedsTheModulesConsent)
     EXPECT_EQ(debug_.Take(), Lines{});
 }
 
+TEST_F(Unloading, ScannedModuleAskedForAgainBeforeTheTickStillLeaves)
+{
+    WriteOrvikIni("dlls=fact_beta.dll\n");
+    ASSERT_EQ(Use(kBetaOnlyId).tag, kBetaTag);
+    // Idle and forgotten: the next request loads it once more by its name.
+    ASSERT_EQ(Use(kBetaOnlyId).tag, kBetaTag);
+    EXPECT_TRUE(DispatchUntilUnloaded({"fact_beta.dll"})) << "every reference of the scan and the reload is freed";
+    EXPECT_EQ(debug_.Take(), Lines{});
+}
+
+TEST_F(Unloading, TimerOfAnEndedThreadIsReplacedByTheNextIdleNotice)
+{
+    WriteOrvikIni("[8201]\ndll=fact_alpha.dll\n");
+    int32_t tag = 0;
+    // The idle notice starts the timer on this thread, which ends with it.
+    std::thread([&] { tag = Use(kCommonId).tag; }).join();
+    ASSERT_EQ(tag, kAlphaTag);
+
+    ASSERT_EQ(Use(kCommonId).tag, kAlphaTag);
+    EXPECT_TRUE(DispatchUntilUnloaded({"fact_alpha.dll"})) << "a timer of this thread took over";
+    EXPECT_EQ(debug_.Take(), Lines{});
+}
+
 using Shutdown = FactoryTest;
 
 TEST_F(Shutdown, ReleaseZeroLeavesTheFactoryAlive)

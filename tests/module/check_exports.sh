@@ -1,16 +1,13 @@
 #!/usr/bin/env bash
 # Checks that a component module exports exactly the seven module functions,
 # undecorated; on Windows also that their ordinals are 1 to 7 in order.
-# usage: check_exports.sh pe <objdump> <module>   or   check_exports.sh elf <nm> <module>
+# The expected exports are read from the framework's one export list.
+# usage: check_exports.sh <export list> pe <objdump> <module>
+#    or: check_exports.sh <export list> elf <nm> <module>
 set -euo pipefail
-mode=$1 tool=$2 module=$3
-expected="1 CreateComponent
-2 SetDLLRegistry
-3 OrvikDllFreeMap
-4 OrvikDllCanUnloadNow
-5 SetFactoryHandle
-6 OrvikSetDllSafe
-7 GetComponentIDs"
+list=$1 mode=$2 tool=$3 module=$4
+expected=$(sed -nE 's/^ *X\(([0-9]+), ([A-Za-z]+),.*/\1 \2/p' "$list" | sort -n)
+[ "$(wc -l <<<"$expected")" -eq 7 ] || { echo "the export list $list does not hold seven exports"; exit 1; }
 
 if [ "$mode" = pe ]; then
   dump=$("$tool" -p "$module")

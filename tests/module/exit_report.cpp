@@ -28,7 +28,7 @@ int main()
     using namespace Orvik;
     Platform::SetDebugSink(ToStandardError, nullptr);
     const Platform::ModuleHandle alpha = Platform::LoadModule((Testing::ProgramDirectory() + "\\alpha.dll").c_str());
-    auto create = reinterpret_cast<CreateComponentExport>(Platform::FindExport(alpha, "CreateComponent"));
+    auto create = FindModuleExport<Exports::CreateComponent>(alpha);
     if (create == nullptr) return 1;
     g_alive[0] = create(201, 361);
     g_alive[1] = create(203, 0);

@@ -24,38 +24,28 @@ using Lines = std::vector<std::string>;
 class LoadedModule {
 public:
     explicit LoadedModule(const char* name)
-        : handle_(Platform::LoadModule((ProgramDirectory() + "\\" + name).c_str()))
+        : module_(Platform::LoadModule((ProgramDirectory() + "\\" + name).c_str()))
     {
     }
-    ~LoadedModule() { Unload(); }
-    LoadedModule(const LoadedModule&) = delete;
-    LoadedModule& operator=(const LoadedModule&) = delete;
 
-    void Unload()
-    {
-        if (handle_ != nullptr) Platform::ReleaseModule(handle_);
-        handle_ = nullptr;
-    }
-    Platform::ModuleHandle handle() const { return handle_; }
+    void Unload() { module_.reset(); }
+    Platform::ModuleHandle handle() const { return module_.get(); }
 
-    template <typename Function>
-    Function Get(const char* name) const
+    template <class Export>
+    typename Export::Function Get() const
     {
-        return reinterpret_cast<Function>(Platform::FindExport(handle_, name));
+        return FindModuleExport<Export>(module_.get());
     }
     ITestProbe* Create(int32_t id, uint32_t creator = 361) const
     {
-        return static_cast<ITestProbe*>(Get<CreateComponentExport>("CreateComponent")(id, creator));
+        return static_cast<ITestProbe*>(Get<Exports::CreateComponent>()(id, creator));
     }
-    int32_t CanUnloadNow() const { return Get<OrvikDllCanUnloadNowExport>("OrvikDllCanUnloadNow")(); }
-    void SetRegistry(const char* path) const { Get<SetDllRegistryExport>("SetDLLRegistry")(path); }
-    int32_t ComponentIds(uint32_t* ids, int32_t max) const
-    {
-        return Get<GetComponentIdsExport>("GetComponentIDs")(ids, max);
-    }
+    int32_t CanUnloadNow() const { return Get<Exports::OrvikDllCanUnloadNow>()(); }
+    void SetRegistry(const char* path) const { Get<Exports::SetDLLRegistry>()(path); }
+    int32_t ComponentIds(uint32_t* ids, int32_t max) const { return Get<Exports::GetComponentIDs>()(ids, max); }
 
 private:
-    Platform::ModuleHandle handle_;
+    Platform::UniqueModule module_;
 };
 
 class ModuleRuntime : public ::testing::Test {
@@ -121,11 +111,11 @@ TEST_F(ModuleRuntime, ReleaseRulesForForcedHeldAndUnsafeComponents)
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
 
     ITestProbe* probe = alpha_.Create(201);
-    alpha_.Get<OrvikSetDllSafeExport>("OrvikSetDllSafe")(0);
+    alpha_.Get<Exports::OrvikSetDllSafe>()(0);
     probe->Release(1);
     EXPECT_EQ(alpha_.CanUnloadNow(), 0) << "nothing happens while the module is not safe";
     EXPECT_EQ(probe->UninitializeCount(), uninitialised + 1);
-    alpha_.Get<OrvikSetDllSafeExport>("OrvikSetDllSafe")(1);
+    alpha_.Get<Exports::OrvikSetDllSafe>()(1);
 
     probe->SetHoldValue(1);
     probe->Release(0);
@@ -145,7 +135,7 @@ TEST_F(ModuleRuntime, FreeMapReleasesOnlyMarkedComponents)
     marked->SetAutoRelease(1);
     forced->SetAutoRelease(1);
     EXPECT_EQ(marked->GetAutoRelease(), 1u);
-    alpha_.Get<OrvikDllFreeMapExport>("OrvikDllFreeMap")();
+    alpha_.Get<Exports::OrvikDllFreeMap>()();
 
     // The marked one is gone; the forced one ignored Release(0) and stays.
     unmarked->Release(0);

@@ -25,5 +25,26 @@ TEST(DebugOutput, AnInstalledSinkReceivesEveryTextVerbatim)
     EXPECT_EQ(lines, (std::vector<std::string>{"Orvik[Error]: first\n", "no line end", "", "from another thread\n"}));
 }
 
+TEST(DebugOutput, ATemporarySinkCanPutThePreviousOneBack)
+{
+    std::vector<std::string> outer;
+    std::vector<std::string> inner;
+    Platform::SetDebugSink(Collect, &outer);
+    Platform::DebugSink previous = nullptr;
+    void* previousContext = nullptr;
+    Platform::GetDebugSink(&previous, &previousContext);
+    Platform::SetDebugSink(Collect, &inner);
+    Platform::WriteDebugString("inner\n");
+    Platform::SetDebugSink(previous, previousContext);
+    Platform::WriteDebugString("outer\n");
+    Platform::SetDebugSink(nullptr, nullptr);
+    Platform::GetDebugSink(&previous, &previousContext);
+
+    EXPECT_EQ(inner, std::vector<std::string>{"inner\n"});
+    EXPECT_EQ(outer, std::vector<std::string>{"outer\n"});
+    EXPECT_EQ(previous, nullptr);
+    EXPECT_EQ(previousContext, nullptr);
+}
+
 }  // namespace
 }  // namespace Orvik

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/support/test_paths.h"
 
@@ -62,7 +65,12 @@ TEST(ModuleLoader, NamesModulesWithBackslashPaths)
     char small[6];
     std::memset(small, 'x', sizeof small);
     EXPECT_EQ(Platform::GetModuleFilePath(module, small, sizeof small), sizeof small);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorInsufficientBuffer);
     EXPECT_EQ(std::string(small, sizeof small), ProbePath("probe_a.dll").substr(0, 5) + '\0');
+    // Success clears the error.
+    Platform::SetLastErrorCode(Platform::kErrorInsufficientBuffer);
+    EXPECT_GT(Platform::GetModuleFilePath(module, path, sizeof path), 0u);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorSuccess);
     Platform::ReleaseModule(module);
 }
 
@@ -79,6 +87,9 @@ TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
     EXPECT_EQ(second, first);
     EXPECT_TRUE(Platform::ReleaseModule(second));
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), first);  // one reference left
+    EXPECT_NE(Platform::FindExport(first, "ProbeCountCall"), nullptr);
+    char path[Platform::kMaxPath] = {};
+    EXPECT_EQ(Platform::GetModuleFilePath(first, path, sizeof path), ProbePath("probe_b.dll").size());
     EXPECT_TRUE(Platform::ReleaseModule(first));
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
     // Its handle names no module any more.
@@ -91,6 +102,29 @@ TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
     ASSERT_NE(again, nullptr);
     EXPECT_EQ(Export<int (*)()>(again, "ProbeCountCall")(), 1);
     Platform::ReleaseModule(again);
+}
+
+TEST(ModuleLoader, ThreadsLoadAndReleaseOneModuleTogether)
+{
+    // Each thread's own reference keeps the module loaded while it asks,
+    // whatever the others load and release meanwhile.
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&failures] {
+            for (int i = 0; i < 100; ++i) {
+                ModuleHandle module = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+                char path[Platform::kMaxPath] = {};
+                if (module == nullptr || Platform::FindExport(module, "ProbeCountCall") == nullptr ||
+                    Platform::GetModuleFilePath(module, path, sizeof path) == 0 || !Platform::ReleaseModule(module)) {
+                    ++failures;
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
 }
 
 TEST(ModuleLoader, FailedLoadsGiveWindowsErrorNumbers)

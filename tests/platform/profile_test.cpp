@@ -1,6 +1,7 @@
 // The profile reader answers as the Windows reader does: every expected
 // answer below was observed from the Windows reader under Wine, and this same
-// table runs natively against the POSIX reader and as a Windows program.
+// table runs natively against the POSIX reader and as a Windows program,
+// both for a file it reads and for a file whose bytes the caller read.
 
 #include "platform/profile.h"
 
@@ -8,6 +9,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,9 @@
 namespace {
 
 using Orvik::Platform::ReadProfileValue;
+using Orvik::Platform::ReadProfileValueFromText;
+
+enum class Reading { File, Text };
 
 struct ProfileFile {
     const char* name;
@@ -45,7 +51,7 @@ protected:
 
     // Checks result and text, and that nothing outside the first size bytes
     // of the buffer was written.
-    void Run(const std::vector<ProfileFile>& files, const std::vector<Query>& queries) const
+    void Run(const std::vector<ProfileFile>& files, const std::vector<Query>& queries, Reading reading) const
     {
         Write(files);
         for (const Query& query : queries) {
@@ -54,9 +60,7 @@ protected:
                                               << query.size);
             std::vector<char> memory(query.size + 9, 'X');
             char* buffer = memory.data() + 1;
-            EXPECT_EQ(ReadProfileValue(query.section, query.key, query.defaultValue, buffer, query.size,
-                                       PathOf(query.file).c_str()),
-                      query.result);
+            EXPECT_EQ(Read(reading, query, buffer), query.result);
             if (query.size > 0) {
                 char* end = std::find(buffer, buffer + query.size, '\0');
                 ASSERT_NE(end, buffer + query.size) << "not terminated";
@@ -65,6 +69,21 @@ protected:
             EXPECT_EQ(memory.front(), 'X');
             EXPECT_TRUE(std::all_of(buffer + query.size, memory.data() + memory.size(), [](char c) { return c == 'X'; }));
         }
+    }
+
+    // The answer through the reader of a file, or from the file's bytes.
+    uint32_t Read(Reading reading, const Query& query, char* buffer) const
+    {
+        const std::string path = PathOf(query.file);
+        if (reading == Reading::File) {
+            return ReadProfileValue(query.section, query.key, query.defaultValue, buffer, query.size, path.c_str());
+        }
+        std::optional<std::string> text;
+        if (std::ifstream file{scratch_.native() / (std::string(query.file) + ".ini"), std::ios::binary}) {
+            text.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        }
+        return ReadProfileValueFromText(query.section, query.key, query.defaultValue, buffer, query.size, path.c_str(),
+                                        text ? text->data() : nullptr, text ? static_cast<uint32_t>(text->size()) : 0);
     }
 
     // A fresh directory per test: the Windows reader caches files by name.
@@ -221,7 +240,25 @@ const std::vector<Query> kQueries = {
     {"z_long", "S", "no", 0, "", "dflt", 0},
 };
 
-TEST_F(ProfileTest, AnswersAsTheWindowsReader) { Run(kFiles, kQueries); }
+TEST_F(ProfileTest, AnswersAsTheWindowsReader) { Run(kFiles, kQueries, Reading::File); }
+
+TEST_F(ProfileTest, AnswersAlikeFromTheBytesOfAFile) { Run(kFiles, kQueries, Reading::Text); }
+
+TEST_F(ProfileTest, HeadersAreFoundAmongManyOtherLines)
+{
+    // Brackets that open no line, and headers of other sections, on the way.
+    std::string text = "a=[Target]\r\n  x [Target]\r\n";
+    for (int i = 0; i < 500; ++i) text += "[" + std::to_string(i) + "]\r\nk=" + std::to_string(i) + "\r\n";
+    text += "[Tarmac]\r\nk=no\r\n\t [ target ] \r\nk=found\r\n[Target]\r\nk=second\r\n";
+    Write({{"h_many", text}});
+    char buffer[16];
+    EXPECT_EQ(ReadProfileValue("Target", "k", "d", buffer, sizeof buffer, PathOf("h_many").c_str()), 5u);
+    EXPECT_STREQ(buffer, "found");
+    EXPECT_EQ(ReadProfileValue("499", "k", "d", buffer, sizeof buffer, PathOf("h_many").c_str()), 3u);
+    EXPECT_STREQ(buffer, "499");
+    EXPECT_EQ(ReadProfileValue("500", "k", "d", buffer, sizeof buffer, PathOf("h_many").c_str()), 1u);
+    EXPECT_STREQ(buffer, "d");
+}
 
 TEST_F(ProfileTest, LongLinesAreReadWhole)
 {

@@ -1,8 +1,10 @@
 #pragma once
 // Collects the debugger output of every module of the process while it
-// lives: the framework's messages, read back verbatim.
+// lives: the framework's messages, read back verbatim. Any thread may write;
+// lines() and All() are for when the writers are done.
 
 #include <algorithm>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,7 @@ public:
     // The lines written since the last call.
     std::vector<std::string> Take()
     {
+        const std::lock_guard<std::mutex> guard(mutex_);
         std::vector<std::string> taken;
         taken.swap(lines_);
         return taken;
@@ -35,7 +38,13 @@ public:
     size_t Count(const std::string& line) const { return std::count(lines_.begin(), lines_.end(), line); }
 
 private:
-    static void Collect(const char* text, void* self) { static_cast<DebugCapture*>(self)->lines_.push_back(text); }
+    static void Collect(const char* text, void* self)
+    {
+        auto* capture = static_cast<DebugCapture*>(self);
+        const std::lock_guard<std::mutex> guard(capture->mutex_);
+        capture->lines_.push_back(text);
+    }
+    std::mutex mutex_;
     std::vector<std::string> lines_;
 };
 

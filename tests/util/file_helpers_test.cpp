@@ -10,7 +10,7 @@
 #include "util/bootstrap_helpers.h"
 
 namespace fs = std::filesystem;
-using OrvikTest::HelperHost;
+using Orvik::Testing::HelperHost;
 using Orvik::Testing::ScratchDirectory;
 
 namespace {

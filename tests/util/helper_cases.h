@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-namespace OrvikTest {
+namespace Orvik::Testing {
 
 // Texts a and b and a count n, as the operation takes them.
 using HelperFn = int (*)(const char* a, const char* b, int n, char* dst, int size);
@@ -61,4 +61,4 @@ inline void CheckNullDestinationRefused(std::initializer_list<const HelperOp*> o
     }
 }
 
-}  // namespace OrvikTest
+}  // namespace Orvik::Testing

@@ -8,7 +8,7 @@
 #include "util/file_operator.h"
 #include "util/string_manipulate.h"
 
-namespace OrvikTest {
+namespace Orvik::Testing {
 
 class HelperHost : public Orvik::StringManipulate<HelperHost>,
                    public Orvik::FileOperator<HelperHost> {
@@ -20,4 +20,4 @@ private:
     std::string base_;
 };
 
-}  // namespace OrvikTest
+}  // namespace Orvik::Testing

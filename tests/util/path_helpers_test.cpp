@@ -8,7 +8,7 @@
 #include "util/bootstrap_helpers.h"
 
 using Orvik::Testing::CodePageScope;
-using namespace OrvikTest;
+using namespace Orvik::Testing;
 
 namespace {
 

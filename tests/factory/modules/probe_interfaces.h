@@ -24,6 +24,10 @@ constexpr ComponentId kGammaId = 8204;
 constexpr ComponentId kSharedId = 8205;
 // fact_preload, meant to be preloaded.
 constexpr ComponentId kPreloadId = 8206;
+// fact_throwing, whose component's constructor throws, and fact_foreign,
+// whose CreateComponent export throws.
+constexpr ComponentId kThrowingId = 8207;
+constexpr ComponentId kForeignId = 8208;
 
 using ProbeIds = std::integer_sequence<ComponentId, kCommonId, kAlphaOnlyId, kBetaOnlyId, kGammaId, kSharedId,
                                        kPreloadId>;

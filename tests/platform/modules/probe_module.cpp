@@ -32,3 +32,5 @@ PROBE_EXPORT uintptr_t ProbeStartTimer(unsigned milliseconds)
     return Orvik::Platform::StartThreadTimer(milliseconds, CountTick);
 }
 PROBE_EXPORT int ProbeTicks() { return g_ticks; }
+// Loads through this module's own copy of the platform layer.
+PROBE_EXPORT int ProbeLoadFails(const char* path) { return Orvik::Platform::LoadModule(path) == nullptr; }

@@ -1,0 +1,47 @@
+#pragma once
+// The names under which the benchmarks report, shared by their registration
+// and the table of ratios drawn from them.
+
+#include <string>
+
+#include "bench/bench_world.h"
+
+namespace Orvik::Bench {
+
+// The process as the in-process benchmarks find it, and the two ways it is
+// crowded later: many loaded shared objects, then many registered instances.
+constexpr Crowding kQuiet{18, 10};
+constexpr Crowding kManyObjects{200, 10};
+constexpr Crowding kManyInstances{200, 1000};
+
+inline std::string NameAt(const std::string& base, const Crowding& crowding)
+{
+    return base + "@" + std::to_string(crowding.loadedObjects) + "obj/" +
+           std::to_string(crowding.registeredInstances) + "reg";
+}
+
+constexpr const char* kInModuleFloor = "floor/in-module";
+constexpr const char* kCrossModuleFloor = "floor/cross-module";
+constexpr const char* kExportLookups = "lookups/three-exports";
+constexpr const char* kSectionPtr = "request/section/ptr";
+constexpr const char* kSectionDirect = "request/section/direct";
+constexpr const char* kScannedPtr = "request/scanned/ptr";
+constexpr const char* kScannedDirect = "request/scanned/direct";
+constexpr const char* kRegisteredPtr = "request/registered/ptr";
+constexpr const char* kRegisteredDirect = "request/registered/direct";
+
+// Each with its floor, sampled in pairs: reading the file, loading the
+// modules only.
+constexpr const char* kCatalogParse = "catalog/new-catalog-500KB";
+constexpr const char* kStartFactory = "start/factory-scan-50-modules";
+constexpr const char* kCatalogMemory = "catalog/peak-memory-20MB";
+
+// Counters: the floor's time per sample, the memory benchmark's figures.
+constexpr const char* kFloorSeconds = "floor_seconds";
+constexpr const char* kPeakBytes = "peak_bytes";
+constexpr const char* kFileBytes = "file_bytes";
+
+void RegisterRequestBenchmarks();
+void RegisterProcessBenchmarks();
+
+}  // namespace Orvik::Bench

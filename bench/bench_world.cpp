@@ -1,0 +1,156 @@
+#include "bench/bench_world.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "bench/bench_files.h"
+#include "platform/debug_output.h"
+
+namespace Orvik::Bench {
+
+namespace {
+
+struct Provider {
+    const char* file;
+    ComponentId id;
+    int32_t tag;
+};
+
+// In the order of World::ProviderModule.
+constexpr Provider kProviders[] = {
+    {"bench_section.dll", kSectionId, kSectionTag},
+    {"bench_scanned.dll", kScannedId, kScannedTag},
+    {"bench_shared.dll", kSharedId, kSharedTag},
+    {"bench_filler.dll", kFillerId, kFillerTag},
+};
+
+template <class Function>
+Function Export(Platform::ModuleHandle module, const char* name)
+{
+    return reinterpret_cast<Function>(Platform::FindExport(module, name));
+}
+
+std::string Expect(const char* what, int32_t answer, int32_t expected)
+{
+    if (answer == expected) return "";
+    return std::string(what) + " answered " + std::to_string(answer) + " instead of " + std::to_string(expected);
+}
+
+}  // namespace
+
+World& World::Get()
+{
+    static World world;
+    return world;
+}
+
+World::World() { error_ = SetUp(); }
+
+void World::CollectDebugLine(const char* text, void* self) { static_cast<World*>(self)->debugLines_.push_back(text); }
+
+std::string World::SetUp()
+{
+    Platform::SetDebugSink(CollectDebugLine, this);
+    const std::filesystem::path directory = ProgramDirectory();
+    WriteTextFile(directory / "Orvik.ini", RequestConfiguration());
+
+    // The providers are loaded and each keeps one component alive; the
+    // shared one registers itself with the factory as it is made.
+    for (int i = 0; i < kProviderCount; ++i) {
+        modules_[i] = Platform::LoadModule(FrameworkPath(directory / kProviders[i].file).c_str());
+        if (modules_[i] == nullptr) return std::string("cannot load ") + kProviders[i].file;
+        creators_[i] = Export<CreateComponentExport>(modules_[i], "CreateComponent");
+        pinned_[i] = creators_[i] != nullptr ? creators_[i](static_cast<int32_t>(kProviders[i].id), 0) : nullptr;
+        if (pinned_[i] == nullptr) return std::string("no component from ") + kProviders[i].file;
+    }
+    clientModule_ = Platform::LoadModule(FrameworkPath(directory / "bench_client.dll").c_str());
+    auto createClient = Export<CreateComponentExport>(clientModule_, "CreateComponent");
+    if (createClient == nullptr) return "cannot load bench_client.dll";
+    client_ = static_cast<IBenchClient*>(createClient(static_cast<int32_t>(IBenchClient::kComponentId), 0));
+    if (client_ == nullptr) return "no client component";
+    factory_ = client_->Factory();
+    if (factory_ == nullptr) return "the client obtained no factory";
+    if (factory_->IsRegisteredInstance(sharedInstance()) != 1) return "the shared instance is not registered";
+    client_->SetCrossModuleCreator(creators_[kScannedModule], kScannedId);
+
+    // Every path answers from the module it is meant to reach.
+    for (const std::string& failure :
+         {Expect("in-module floor", client_->InModuleFloor(0), kClientTag),
+          Expect("cross-module floor", client_->CrossModuleFloor(0), kScannedTag),
+          Expect("export lookups", client_->ExportLookups(sectionModule()), 3),
+          Expect("section request", client_->SectionRequest(0), kSectionTag),
+          Expect("scanned request", client_->ScannedRequest(0), kScannedTag),
+          Expect("shared request", client_->SharedRequest(0), kSharedTag)}) {
+        if (!failure.empty()) return failure;
+    }
+    if (Platform::FindLoadedModule("bench_section.dll") != sectionModule()) {
+        return "the catalog's section module is not the one the lookups ask";
+    }
+    if (!debugLines_.empty()) return "debugger line while setting up: " + debugLines_.front();
+    return "";
+}
+
+std::string World::CrowdAtLeastTo(const Crowding& crowding)
+{
+    if (!error_.empty()) return error_;
+    if (registeredInstances() > crowding.registeredInstances) {
+        return std::to_string(registeredInstances()) + " instances are registered already";
+    }
+    while (registeredInstances() < crowding.registeredInstances) {
+        IComponent* filler = creators_[kFillerModule](static_cast<int32_t>(kFillerId), 0);
+        if (filler == nullptr) return "no filler component";
+        factory_->RegisterInstance(kFillerRegistryBase + static_cast<ComponentId>(fillers_.size()), filler);
+        fillers_.push_back(filler);
+    }
+    for (IComponent* filler : fillers_) {
+        if (factory_->IsRegisteredInstance(filler) != 1) return "a filler is not registered";
+    }
+
+    int loaded = LoadedObjectCount();
+    if (loaded > crowding.loadedObjects) {
+        return std::to_string(loaded) + " shared objects are loaded already";
+    }
+    while (loaded < crowding.loadedObjects) {
+        const std::string failure = LoadBallast();
+        if (!failure.empty()) return failure;
+        loaded = LoadedObjectCount();
+    }
+    return "";
+}
+
+std::string World::LoadBallast()
+{
+    const std::filesystem::path directory = ProgramDirectory() / "ballast";
+    const std::filesystem::path copy = directory / ("b" + std::to_string(ballast_.size()) + ".dll");
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    std::filesystem::copy_file(ProgramDirectory() / "bench_ballast.dll", copy,
+                               std::filesystem::copy_options::overwrite_existing, error);
+    if (error) return "cannot copy bench_ballast.dll: " + error.message();
+    const Platform::ModuleHandle module = Platform::LoadModule(FrameworkPath(copy).c_str());
+    if (module == nullptr) return "cannot load " + copy.string();
+    ballast_.push_back(module);
+    return "";
+}
+
+std::vector<std::string> World::TearDown()
+{
+    const size_t before = debugLines_.size();
+    if (error_.empty()) {
+        client_->Release(0);
+        for (int i : {kSectionModule, kScannedModule, kFillerModule}) pinned_[i]->Release(0);
+        // The fillers and the shared instance go with the registered instances.
+        factory_->ReleaseRegisteredInstances();
+        factory_->Release(1);
+    }
+    for (Platform::ModuleHandle module : ballast_) Platform::ReleaseModule(module);
+    if (clientModule_ != nullptr) Platform::ReleaseModule(clientModule_);
+    for (Platform::ModuleHandle module : modules_) {
+        if (module != nullptr) Platform::ReleaseModule(module);
+    }
+    Platform::SetDebugSink(nullptr, nullptr);
+    client_ = nullptr;
+    return std::vector<std::string>(debugLines_.begin() + static_cast<std::ptrdiff_t>(before), debugLines_.end());
+}
+
+}  // namespace Orvik::Bench

@@ -1,0 +1,69 @@
+#pragma once
+// The process the in-process benchmarks run in: the program is the host, as
+// in an application. It writes "Orvik.ini" beside itself, loads the client
+// module, whose code makes the requests, and the provider modules.
+//
+// Each provider module keeps one live component for the whole run (the
+// module is in use), so releasing a request's component never makes it
+// idle: the benchmarks measure the steady state of a module in use, not the
+// unloading of idle modules.
+
+#include <string>
+#include <vector>
+
+#include "bench/modules/bench_interfaces.h"
+#include "platform/module_loader.h"
+
+namespace Orvik::Bench {
+
+// How crowded the process is while a benchmark runs.
+struct Crowding {
+    int loadedObjects;
+    int registeredInstances;
+};
+
+class World {
+public:
+    // Set up on first use; error() tells why when it could not be.
+    static World& Get();
+    const std::string& error() const { return error_; }
+
+    // Loads more shared objects and registers more instances until the
+    // process is as crowded as asked; an error text when it already is more
+    // crowded (nothing can be taken back) or growing failed.
+    std::string CrowdAtLeastTo(const Crowding& crowding);
+    int registeredInstances() const { return static_cast<int>(fillers_.size()) + 1; }
+
+    IBenchClient* client() const { return client_; }
+    IOrvikComponentFactory* factory() const { return factory_; }
+    Platform::ModuleHandle sectionModule() const { return modules_[kSectionModule]; }
+    IComponent* sharedInstance() const { return pinned_[kSharedModule]; }
+    // Debugger lines written so far: the framework's error reports.
+    size_t debugLines() const { return debugLines_.size(); }
+    std::string lastDebugLine() const { return debugLines_.empty() ? "" : debugLines_.back(); }
+
+    // Releases everything in the order a host does; the debugger lines
+    // written meanwhile are returned.
+    std::vector<std::string> TearDown();
+
+private:
+    enum ProviderModule { kSectionModule, kScannedModule, kSharedModule, kFillerModule, kProviderCount };
+
+    World();
+    std::string SetUp();
+    std::string LoadBallast();
+    static void CollectDebugLine(const char* text, void* self);
+
+    std::string error_;
+    std::vector<std::string> debugLines_;
+    Platform::ModuleHandle modules_[kProviderCount] = {};
+    CreateComponentExport creators_[kProviderCount] = {};
+    IComponent* pinned_[kProviderCount] = {};
+    Platform::ModuleHandle clientModule_ = nullptr;
+    IBenchClient* client_ = nullptr;
+    IOrvikComponentFactory* factory_ = nullptr;
+    std::vector<IComponent*> fillers_;
+    std::vector<Platform::ModuleHandle> ballast_;
+};
+
+}  // namespace Orvik::Bench

@@ -1,0 +1,95 @@
+#pragma once
+// What the benchmark programs see of the modules they load: the probe every
+// provider module makes, and the client module whose code asks for
+// components as any module does.
+
+#include <cstdint>
+
+#include "module/component.h"
+#include "module/component_factory.h"
+#include "module/module_exports.h"
+
+namespace Orvik::Bench {
+
+// Provided by the module that its own section names.
+constexpr ComponentId kSectionId = 7001;
+// Provided by a module of the "dlls" list.
+constexpr ComponentId kScannedId = 7002;
+// A singleton: its creation registers it as the shared instance of its id.
+constexpr ComponentId kSharedId = 7003;
+// A plain component, registered by hand under further ids to fill the registry.
+constexpr ComponentId kFillerId = 7004;
+constexpr ComponentId kFillerRegistryBase = 7200;
+// Made by the client module for itself: the in-module floor.
+constexpr ComponentId kClientLocalId = 7901;
+// The cold-start modules m0 ... m49 provide kColdIdsPerModule ids each from
+// kColdIdBase on; the first request asks for one of the last module.
+constexpr ComponentId kColdIdBase = 8000;
+constexpr int kColdModules = 50;
+constexpr int kColdIdsPerModule = 4;
+constexpr ComponentId kColdRequestId = kColdIdBase + kColdModules * kColdIdsPerModule - 1;
+
+// Every component the benchmarks make. Work answers x plus the tag of the
+// module that made it, so a caller knows the call reached the right module.
+class IBenchProbe : public IComponent {
+public:
+    virtual int32_t Work(int32_t x) = 0;
+
+protected:
+    ~IBenchProbe() = default;
+};
+
+template <ComponentId Id>
+class TBenchProbe : public IBenchProbe {
+public:
+    static constexpr ComponentId kComponentId = Id;
+
+protected:
+    ~TBenchProbe() = default;
+};
+
+enum BenchTag : int32_t {
+    kSectionTag = 100,
+    kScannedTag = 200,
+    kSharedTag = 300,
+    kFillerTag = 400,
+    kClientTag = 500,
+    kColdTagBase = 1000,
+};
+
+// The client module's component. Each operation makes one request or one
+// floor measurement and answers what Work answered, or -1 when it got no
+// component (or, for the lookups, the number of exports found).
+class IBenchClient : public IComponent {
+public:
+    static constexpr ComponentId kComponentId = 7900;
+
+    // Create, call and release a component of the client's own module
+    // through its creation path.
+    virtual int32_t InModuleFloor(int32_t x) = 0;
+    // The same across a module boundary: the provider's CreateComponent
+    // export, looked up once beforehand with SetCrossModuleCreator.
+    virtual void SetCrossModuleCreator(CreateComponentExport create, ComponentId id) = 0;
+    virtual int32_t CrossModuleFloor(int32_t x) = 0;
+    // The three lookups a request for a section module makes.
+    virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;
+
+    // Requests through TOrvikPtr<I, 1>, as module code makes them.
+    virtual int32_t SectionRequest(int32_t x) = 0;
+    virtual int32_t ScannedRequest(int32_t x) = 0;
+    virtual int32_t SharedRequest(int32_t x) = 0;
+    virtual int32_t ColdRequest(int32_t x) = 0;
+    // The same requests without TOrvikPtr: CreateComponentByID with the
+    // module's configuration, the call, and Release(0) for what was made.
+    virtual int32_t SectionDirect(int32_t x) = 0;
+    virtual int32_t ScannedDirect(int32_t x) = 0;
+    virtual int32_t SharedDirect(int32_t x) = 0;
+
+    // The client module's factory, obtained first if need be.
+    virtual IOrvikComponentFactory* Factory() = 0;
+
+protected:
+    ~IBenchClient() = default;
+};
+
+}  // namespace Orvik::Bench

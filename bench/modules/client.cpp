@@ -1,0 +1,104 @@
+// The benchmarks' client module: its code obtains components as any module's
+// code does, through TOrvikPtr with the module's own registry path and
+// factory pointer.
+
+#include "bench/modules/bench_interfaces.h"
+#include "bootstrap/orvik_ptr.h"
+#include "module/component_impl.h"
+#include "platform/module_loader.h"
+
+namespace Orvik::Bench {
+namespace {
+
+constexpr int32_t kNoComponent = -1;
+
+// A component of the client's own module, for the in-module floor.
+class CLocalProbe : public TComponentImpl<TBenchProbe<kClientLocalId>, CLocalProbe, kClientLocalId, 0, 0> {
+public:
+    int32_t Work(int32_t x) override { return x + kClientTag; }
+    void Uninitialize() override {}
+};
+
+template <ComponentId Id>
+int32_t RequestThroughPtr(int32_t x)
+{
+    TOrvikPtr<TBenchProbe<Id>, 1> probe;
+    return probe ? probe->Work(x) : kNoComponent;
+}
+
+template <ComponentId Id>
+int32_t RequestDirect(int32_t x, bool release)
+{
+    IOrvikComponentFactory* factory = ModuleFactory();
+    if (factory == nullptr) return kNoComponent;
+    char registryPath[kRegistryPathSize];
+    CopyRegistryPath(registryPath, sizeof registryPath);
+    auto* probe = static_cast<TBenchProbe<Id>*>(factory->CreateComponentByID(Id, registryPath));
+    if (probe == nullptr) return kNoComponent;
+    const int32_t result = probe->Work(x);
+    if (release) probe->Release(0);
+    return result;
+}
+
+class CBenchClient : public TComponentImpl<IBenchClient, CBenchClient, IBenchClient::kComponentId, 0, 0> {
+public:
+    int32_t InModuleFloor(int32_t x) override
+    {
+        auto* probe = static_cast<IBenchProbe*>(CreateComponent(static_cast<int32_t>(kClientLocalId), 0));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release(0);
+        return result;
+    }
+    void SetCrossModuleCreator(CreateComponentExport create, ComponentId id) override
+    {
+        crossCreate_ = create;
+        crossId_ = id;
+    }
+    int32_t CrossModuleFloor(int32_t x) override
+    {
+        if (crossCreate_ == nullptr) return kNoComponent;
+        auto* probe =
+            static_cast<IBenchProbe*>(crossCreate_(static_cast<int32_t>(crossId_), kFactoryComponentId));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release(0);
+        return result;
+    }
+    int32_t ExportLookups(Platform::ModuleHandle module) override
+    {
+        int32_t found = 0;
+        for (const char* name : {"SetDLLRegistry", "SetFactoryHandle", "CreateComponent"}) {
+            if (Platform::FindExport(module, name) != nullptr) ++found;
+        }
+        return found;
+    }
+
+    int32_t SectionRequest(int32_t x) override { return RequestThroughPtr<kSectionId>(x); }
+    int32_t ScannedRequest(int32_t x) override { return RequestThroughPtr<kScannedId>(x); }
+    int32_t SharedRequest(int32_t x) override { return RequestThroughPtr<kSharedId>(x); }
+    int32_t ColdRequest(int32_t x) override { return RequestThroughPtr<kColdRequestId>(x); }
+    int32_t SectionDirect(int32_t x) override { return RequestDirect<kSectionId>(x, true); }
+    int32_t ScannedDirect(int32_t x) override { return RequestDirect<kScannedId>(x, true); }
+    // A shared instance is not the caller's to release.
+    int32_t SharedDirect(int32_t x) override { return RequestDirect<kSharedId>(x, false); }
+
+    IOrvikComponentFactory* Factory() override
+    {
+        if (ModuleFactory() == nullptr) {
+            TOrvikPtr<IOrvikComponentFactory, 0> obtain;
+        }
+        return ModuleFactory();
+    }
+    void Uninitialize() override {}
+
+private:
+    CreateComponentExport crossCreate_ = nullptr;
+    ComponentId crossId_ = 0;
+};
+
+TComponentRegistrar<CBenchClient> clientRegistrar;
+TComponentRegistrar<CLocalProbe> localProbeRegistrar;
+
+}  // namespace
+}  // namespace Orvik::Bench

@@ -1,0 +1,136 @@
+#pragma once
+// The text operations of the configuration parser. A file holds tens of
+// thousands of short lines, so the parser does not ask the platform once per
+// search when it need not: under a code page without lead bytes every byte is
+// a character of its own, and plain byte searches give the platform's
+// multibyte-aware answers.
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "platform/multibyte.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace Orvik {
+namespace ConfigText {
+
+// Whether the process's code page has lead bytes at all.
+inline bool HasLeadBytes()
+{
+    for (unsigned int byte = 0x80; byte <= 0xFF; ++byte) {
+        if (Platform::IsLeadByte(static_cast<unsigned char>(byte))) return true;
+    }
+    return false;
+}
+
+// The first c in text (length bytes before its terminator) that is a
+// character of its own, or null.
+inline char* Find(char* text, size_t length, char c, bool leadBytes)
+{
+    if (!leadBytes) {
+        for (char* p = text; p < text + length; ++p) {
+            if (*p == c) return p;
+        }
+        return nullptr;
+    }
+    char* found = Platform::FindCharacter(text, static_cast<unsigned char>(c));
+    return found != nullptr && *found == c ? found : nullptr;
+}
+
+inline bool Contains(const char* text, const char* part, bool leadBytes)
+{
+    return (leadBytes ? Platform::FindSubstring(text, part) : std::strstr(text, part)) != nullptr;
+}
+
+// Lower-cases the single-byte letters of text (length bytes) in place.
+inline void LowerCase(char* text, size_t length, bool leadBytes)
+{
+    if (leadBytes) {
+        Platform::LowerCaseInPlace(text);
+        return;
+    }
+    for (char* p = text; p < text + length; ++p) {
+        if (*p >= 'A' && *p <= 'Z') *p = static_cast<char>(*p - 'A' + 'a');
+    }
+}
+
+// key (length bytes) is lowerName ignoring the case of A-Z. lowerName is
+// plain lower-case ASCII, so under any code page a key with a lead byte
+// differs from it, and a key without one is compared byte by byte.
+inline bool SameKey(const char* key, size_t length, std::string_view lowerName)
+{
+    if (length != lowerName.size()) return false;
+    for (size_t i = 0; i < length; ++i) {
+        const char c = key[i] >= 'A' && key[i] <= 'Z' ? static_cast<char>(key[i] - 'A' + 'a') : key[i];
+        if (c != lowerName[i]) return false;
+    }
+    return true;
+}
+
+// The high bit of each byte of word that equals byte, and no other bit.
+inline uint64_t BytesEqual(uint64_t word, unsigned char byte)
+{
+    constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+    const uint64_t x = word ^ (0x0101010101010101ull * byte);
+    return ~(((x & kLow7) + kLow7) | x | kLow7);
+}
+
+// The byte of the lowest bit set in mask among the eight bytes at p (words
+// are read little-endian, as on every target of the framework).
+inline char* FirstMarked(char* p, uint64_t mask) { return p + (__builtin_ctzll(mask) >> 3); }
+
+// The end of the line at line: its first CR or LF before end, or end;
+// length receives the length of its text, which a zero byte inside the line
+// ends sooner. Sixteen bytes at a time where the processor compares them at
+// once, else eight, the bytes sought found from masks.
+inline char* ScanLine(char* const line, char* const end, size_t* length)
+{
+    char* textEnd = nullptr;
+    char* p = line;
+#if defined(__SSE2__)
+    const __m128i returns = _mm_set1_epi8('\r'), feeds = _mm_set1_epi8('\n'), zeros = _mm_setzero_si128();
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const unsigned breaks = static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(bytes, returns), _mm_cmpeq_epi8(bytes, feeds))));
+        if (textEnd == nullptr) {
+            const unsigned zero = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zeros))) &
+                                  (breaks != 0 ? (breaks & (~breaks + 1)) - 1 : ~0u);
+            if (zero != 0) textEnd = p + __builtin_ctz(zero);
+        }
+        if (breaks != 0) {
+            p += __builtin_ctz(breaks);
+            *length = static_cast<size_t>((textEnd != nullptr ? textEnd : p) - line);
+            return p;
+        }
+    }
+#endif
+    for (; end - p >= 8; p += 8) {
+        uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        const uint64_t breaks = BytesEqual(word, '\r') | BytesEqual(word, '\n');
+        if (textEnd == nullptr) {
+            // Zeros after the line's end are the next line's.
+            const uint64_t beforeBreak = breaks != 0 ? (breaks & (~breaks + 1)) - 1 : ~uint64_t{0};
+            if (const uint64_t zeros = BytesEqual(word, 0) & beforeBreak) textEnd = FirstMarked(p, zeros);
+        }
+        if (breaks != 0) {
+            p = FirstMarked(p, breaks);
+            *length = static_cast<size_t>((textEnd != nullptr ? textEnd : p) - line);
+            return p;
+        }
+    }
+    for (; p < end && *p != '\r' && *p != '\n'; ++p) {
+        if (*p == '\0' && textEnd == nullptr) textEnd = p;
+    }
+    *length = static_cast<size_t>((textEnd != nullptr ? textEnd : p) - line);
+    return p;
+}
+
+}  // namespace ConfigText
+}  // namespace Orvik

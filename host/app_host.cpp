@@ -1,0 +1,62 @@
+#include "host/app_host.h"
+
+#include "module/component_factory.h"
+#include "module/module_exports.h"
+
+namespace Orvik {
+namespace Host {
+
+namespace {
+
+IComponent* CreateFromModule(Platform::ModuleHandle module, ComponentId id)
+{
+    if (module == nullptr) return nullptr;
+    auto create = FindModuleExport<Exports::CreateComponent>(module);
+    // Creator id 0: not a catalog of the factory asking.
+    return create != nullptr ? create(static_cast<int32_t>(id), 0) : nullptr;
+}
+
+}  // namespace
+
+std::string ProgramDirectory()
+{
+    char path[Platform::kMaxPath] = {};
+    Platform::GetModuleFilePath(nullptr, path, sizeof path);
+    const std::string program(path);
+    return program.substr(0, program.rfind('\\'));
+}
+
+AppHost::AppHost(const char* appModule, const char* factoryModule)
+    : appModule_(Platform::LoadModule(appModule)), factoryModule_(factoryModule)
+{
+}
+
+AppHost::~AppHost()
+{
+    if (!shutDown_) Shutdown();
+}
+
+IComponent* AppHost::CreateComponent(ComponentId id)
+{
+    IComponent* component = CreateFromModule(appModule_.get(), id);
+    if (component != nullptr) components_.push_back(component);
+    return component;
+}
+
+bool AppHost::Shutdown()
+{
+    shutDown_ = true;
+    for (auto it = components_.rbegin(); it != components_.rend(); ++it) (*it)->Release(0);
+    components_.clear();
+    // The factory is one object per process: its module hands the same one
+    // to whoever asks for 361.
+    auto* factory = static_cast<IOrvikComponentFactory*>(
+        CreateFromModule(Platform::FindLoadedModule(factoryModule_.c_str()), kFactoryComponentId));
+    if (factory == nullptr) return false;
+    factory->ReleaseRegisteredInstances();
+    factory->Release(1);
+    return true;
+}
+
+}  // namespace Host
+}  // namespace Orvik

@@ -1,0 +1,58 @@
+#pragma once
+// What a program does to run an Orvik application. A program is not a
+// component module: it loads its app module, asks the module's
+// CreateComponent export for its components, dispatches its thread's
+// messages (Platform::DispatchMessagesFor or its own message loop), and at
+// the end shuts the factory down in the one safe order.
+
+#include <string>
+#include <vector>
+
+#include "module/component.h"
+#include "platform/module_loader.h"
+#include "platform/unique_handle.h"
+
+namespace Orvik {
+namespace Host {
+
+// The program's directory in the framework's form (backslashes), without a
+// trailing separator.
+std::string ProgramDirectory();
+
+class AppHost {
+public:
+    // Loads the app module; a bare name is looked for in the program's
+    // directory first. factoryModule names the factory module that the
+    // configuration loads (its "[361] DLL").
+    explicit AppHost(const char* appModule, const char* factoryModule = "OrvFact.dll");
+    // Shuts down, unless Shutdown ran, then frees the app module.
+    ~AppHost();
+    AppHost(const AppHost&) = delete;
+    AppHost& operator=(const AppHost&) = delete;
+
+    bool IsLoaded() const { return static_cast<bool>(appModule_); }
+
+    // The app module's component of Interface::kComponentId, or null. The
+    // host keeps it and releases it at shutdown: do not release it yourself.
+    template <class Interface>
+    Interface* Create()
+    {
+        return static_cast<Interface*>(CreateComponent(Interface::kComponentId));
+    }
+    IComponent* CreateComponent(ComponentId id);
+
+    // Releases the host's components (the newest first), then the factory's
+    // shared instances, then the factory itself with Release(1), which closes
+    // the log file and prunes old ones. Nothing may use the factory after
+    // this. False when no factory was loaded, so none was ended.
+    bool Shutdown();
+
+private:
+    Platform::UniqueModule appModule_;
+    std::string factoryModule_;
+    std::vector<IComponent*> components_;
+    bool shutDown_ = false;
+};
+
+}  // namespace Host
+}  // namespace Orvik

@@ -1,0 +1,55 @@
+#include "module/registry_path.h"
+
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include "module/module_runtime.h"
+
+namespace Orvik {
+
+namespace {
+
+// Each distinct path given is kept once; a module is given a handful.
+struct KeptPath {
+    KeptPath* next;
+    char text[kRegistryPathSize];
+};
+
+// Constant-initialised, so usable before any static constructor has run.
+std::atomic<const char*> g_current{""};
+KeptPath* g_kept = nullptr;
+
+const char* Keep(const char* path)
+{
+    for (const KeptPath* kept = g_kept; kept != nullptr; kept = kept->next) {
+        if (std::strcmp(kept->text, path) == 0) return kept->text;
+    }
+    KeptPath* kept = new (std::nothrow) KeptPath;
+    if (kept == nullptr) return "";
+    std::memcpy(kept->text, path, std::strlen(path) + 1);
+    kept->next = g_kept;
+    g_kept = kept;
+    return kept->text;
+}
+
+}  // namespace
+
+const char* RegistryPath() { return g_current.load(std::memory_order_acquire); }
+
+void StoreRegistryPath(const char* path)
+{
+    const bool fits = path != nullptr && std::strlen(path) < static_cast<size_t>(kRegistryPathSize);
+    g_current.store(fits && path[0] != '\0' ? Keep(path) : "", std::memory_order_release);
+}
+
+void ForgetRegistryPaths()
+{
+    g_current.store("", std::memory_order_release);
+    while (KeptPath* kept = g_kept) {
+        g_kept = kept->next;
+        delete kept;
+    }
+}
+
+}  // namespace Orvik

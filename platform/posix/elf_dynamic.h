@@ -1,0 +1,80 @@
+#pragma once
+// The dynamic section of a module and the tables it leads the loader to:
+// strings, symbols with their hash table, symbol versions. The loader
+// follows them without bounds: each is checked to lie in the file, with
+// every index, chain and name inside its table.
+
+#include <link.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/posix/elf_image.h"
+#include "platform/posix/elf_layout.h"
+
+namespace Orvik {
+namespace Platform {
+
+// 64-bit machines relocate with addends in the table, 32-bit ones with
+// addends in the relocated word.
+constexpr bool kRelocationsHaveAddends = sizeof(ElfAddress) == 8;
+
+class ElfDynamic {
+public:
+    bool Read(const ElfImage& image, const ElfLayout& layout);
+
+    bool Has(int64_t tag) const { return values_.count(tag) != 0; }
+    // The value of tag's last entry, which is the one the loader keeps; 0
+    // when there is none.
+    uint64_t Value(int64_t tag) const;
+    // The string at offset of the string table; offset is checked to lie
+    // in it for every string the dynamic section names.
+    std::string String(uint64_t offset) const { return strings_.data() + offset; }
+
+    // Takes the symbols up to count in, beyond those the hash table
+    // reaches (undefined ones may lie beyond them): the loader reads every
+    // symbol a relocation names, and its version.
+    bool ExtendSymbols(uint64_t count);
+
+    const std::vector<uint64_t>& needed() const { return needed_; }
+    const std::vector<ElfW(Sym)>& symbols() const { return symbols_; }
+    // The tables the loader reads while it relocates the module.
+    const std::vector<AddressRange>& tables() const { return tables_; }
+
+private:
+    bool ReadEntries();
+    bool CheckEntrySizes() const;
+    bool ReadStrings();
+    bool CountSymbols(uint64_t* count);
+    bool CountGnuHashSymbols(uint64_t* count);
+    bool CountSysvHashSymbols(uint64_t* count);
+    bool CheckSymbol(const ElfW(Sym)& symbol) const;
+    bool ReadVersionRecords();
+    bool ReadNeededVersions();
+    bool ReadDefinedVersions();
+    void MarkDefined(uint32_t index);
+
+    // count objects at address, in the file part of one segment.
+    template <class T>
+    bool ReadTable(uint64_t address, uint64_t count, std::vector<T>* out) const;
+    template <class T>
+    bool ReadAt(uint64_t address, T* out) const;
+
+    const ElfImage* image_ = nullptr;
+    const ElfLayout* layout_ = nullptr;
+    std::map<int64_t, uint64_t> values_;
+    std::vector<uint64_t> needed_;
+    std::vector<char> strings_;
+    std::vector<ElfW(Sym)> symbols_;
+    // Which version indexes have a record; the first two are fixed.
+    std::vector<bool> versionDefined_;
+    std::vector<AddressRange> tables_;
+    // Where tables_ holds the symbol table and the version table.
+    size_t symbolTable_ = 0;
+    size_t versionTable_ = 0;
+};
+
+}  // namespace Platform
+}  // namespace Orvik

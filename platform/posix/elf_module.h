@@ -1,0 +1,22 @@
+#pragma once
+// The whole check of one module image: its layout, its dynamic tables and
+// its relocations.
+
+#include "platform/posix/elf_dynamic.h"
+#include "platform/posix/elf_image.h"
+
+namespace Orvik {
+namespace Platform {
+
+// Whether the loader can map the image and apply its tables without
+// leaving them; dynamic holds what the image's dynamic section says.
+bool ReadModuleImage(const ElfImage& image, ElfDynamic* dynamic);
+
+inline bool IsLoadableModuleImage(const ElfImage& image)
+{
+    ElfDynamic dynamic;
+    return ReadModuleImage(image, &dynamic);
+}
+
+}  // namespace Platform
+}  // namespace Orvik

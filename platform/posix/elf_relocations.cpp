@@ -1,0 +1,299 @@
+#include "platform/posix/elf_relocations.h"
+
+#include <algorithm>
+#include <type_traits>
+#include <vector>
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+constexpr uint64_t kWord = sizeof(ElfAddress);
+
+// What the loader does with a relocation type.
+enum class Kind {
+    Unknown,   // refused: the loader would fail on it or copy blindly
+    Relative,  // the load address plus the addend
+    Indirect,  // calls the function at the load address plus the addend
+    Address,   // a symbol's address plus the addend
+    Other,     // another value derived from a symbol
+};
+
+struct Effect {
+    Kind kind;
+    uint64_t width;  // bytes written at the target
+};
+
+#if defined(__x86_64__)
+Effect EffectOf(uint32_t type)
+{
+    switch (type) {
+    case R_X86_64_NONE:
+        return {Kind::Other, 0};
+    case R_X86_64_RELATIVE:
+        return {Kind::Relative, 8};
+    case R_X86_64_IRELATIVE:
+        return {Kind::Indirect, 8};
+    case R_X86_64_64:
+    case R_X86_64_GLOB_DAT:
+    case R_X86_64_JUMP_SLOT:
+        return {Kind::Address, 8};
+    case R_X86_64_DTPMOD64:
+    case R_X86_64_DTPOFF64:
+    case R_X86_64_TPOFF64:
+    case R_X86_64_SIZE64:
+        return {Kind::Other, 8};
+    case R_X86_64_PC32:
+    case R_X86_64_32:
+    case R_X86_64_SIZE32:
+        return {Kind::Other, 4};
+    case R_X86_64_TLSDESC:
+        return {Kind::Other, 16};
+    default:
+        // R_X86_64_COPY among them: it copies as many bytes as a symbol
+        // claims to have.
+        return {Kind::Unknown, 0};
+    }
+}
+constexpr uint32_t kRelativeType = R_X86_64_RELATIVE;
+#else
+// Elsewhere every type is taken to write a symbol's address.
+Effect EffectOf(uint32_t) { return {Kind::Address, kWord}; }
+constexpr uint32_t kRelativeType = 0;
+#endif
+
+bool Overlaps(AddressRange a, AddressRange b)
+{
+    return a.start < b.start + b.size && b.start < a.start + a.size;
+}
+
+// The slots of an initialiser or finaliser array. The loader calls each
+// slot's value as a function, so each must end up holding module code.
+struct CallSlots {
+    AddressRange range;
+    std::vector<bool> code;
+};
+
+// One relocation as the loader applies it.
+struct Relocation {
+    uint64_t target;
+    Effect effect;
+    uint64_t symbol;
+    uint64_t addend;
+};
+
+class RelocationCheck {
+public:
+    RelocationCheck(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic)
+        : image_(image), layout_(layout), dynamic_(dynamic)
+    {
+    }
+
+    bool Run();
+
+private:
+    bool ReadCallSlots(int64_t arrayTag, int64_t sizeTag);
+    template <class Entry>
+    bool ReadTable(int64_t addressTag, int64_t sizeTag, std::vector<Entry>* entries) const;
+    bool ApplyPackedTable();
+    template <class Entry>
+    bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag);
+    bool Apply(const Relocation& relocation);
+    bool CheckTarget(AddressRange target) const;
+    void NoteCallSlots(AddressRange written, bool code);
+    bool IsCode(uint64_t address) const
+    {
+        return address <= ~ElfAddress{0} && layout_.InMemory({static_cast<ElfAddress>(address), 1}, PF_X);
+    }
+    uint64_t FileWord(uint64_t address) const;
+
+    const ElfImage& image_;
+    const ElfLayout& layout_;
+    ElfDynamic& dynamic_;
+    std::vector<CallSlots> callSlots_;
+    // Those of the table, then those of the procedure linkage table's.
+    std::vector<Relocation> relocations_;
+};
+
+bool RelocationCheck::Run()
+{
+    for (int64_t function : {DT_INIT, DT_FINI}) {
+        if (dynamic_.Has(function) && !IsCode(dynamic_.Value(function))) return false;
+    }
+    if (!ReadCallSlots(DT_INIT_ARRAY, DT_INIT_ARRAYSZ) || !ReadCallSlots(DT_FINI_ARRAY, DT_FINI_ARRAYSZ)) return false;
+    using Entry = std::conditional_t<kRelocationsHaveAddends, ElfW(Rela), ElfW(Rel)>;
+    const int64_t table = kRelocationsHaveAddends ? DT_RELA : DT_REL;
+    const int64_t tableSize = kRelocationsHaveAddends ? DT_RELASZ : DT_RELSZ;
+    const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
+    // In the loader's order: the packed relative ones first.
+    if (!ApplyPackedTable() || !ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
+        !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
+        return false;
+    }
+    uint64_t symbolCount = 0;
+    for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
+    if (!dynamic_.ExtendSymbols(symbolCount)) return false;
+    for (const Relocation& relocation : relocations_) {
+        if (!Apply(relocation)) return false;
+    }
+    for (const CallSlots& slots : callSlots_) {
+        if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) return false;
+    }
+    return true;
+}
+
+bool RelocationCheck::ReadCallSlots(int64_t arrayTag, int64_t sizeTag)
+{
+    if (!dynamic_.Has(arrayTag)) return true;
+    const uint64_t start = dynamic_.Value(arrayTag);
+    const uint64_t size = dynamic_.Value(sizeTag);
+    if (start > ~ElfAddress{0} || size % kWord != 0 || size > image_.size()) return false;
+    const AddressRange range{static_cast<ElfAddress>(start), size};
+    if (!layout_.InMemory(range, 0)) return false;
+    callSlots_.push_back({range, std::vector<bool>(size / kWord, false)});
+    return true;
+}
+
+uint64_t RelocationCheck::FileWord(uint64_t address) const
+{
+    uint64_t offset = 0;
+    ElfAddress word = 0;
+    if (address > ~ElfAddress{0} || !layout_.FileOffset({static_cast<ElfAddress>(address), kWord}, &offset) ||
+        !image_.ReadObject(offset, &word)) {
+        return 0;  // memory the loader zeroes
+    }
+    return word;
+}
+
+template <class Entry>
+bool RelocationCheck::ReadTable(int64_t addressTag, int64_t sizeTag, std::vector<Entry>* entries) const
+{
+    uint64_t offset = 0;
+    const uint64_t address = dynamic_.Value(addressTag);
+    const uint64_t size = dynamic_.Value(sizeTag);
+    return address <= ~ElfAddress{0} && size % sizeof(Entry) == 0 && size <= image_.size() &&
+           layout_.FileOffset({static_cast<ElfAddress>(address), size}, &offset) &&
+           image_.ReadArray(offset, size / sizeof(Entry), entries);
+}
+
+bool RelocationCheck::ApplyPackedTable()
+{
+    std::vector<ElfW(Relr)> entries;
+    if (!dynamic_.Has(DT_RELR)) return true;
+    if (!ReadTable(DT_RELR, DT_RELRSZ, &entries)) return false;
+    // An even entry is an address to relocate; an odd one a bitmap of the
+    // words that follow it, which needs an address before it.
+    const Effect relative{Kind::Relative, kWord};
+    uint64_t where = 0;
+    bool started = false;
+    for (ElfW(Relr) entry : entries) {
+        if ((entry & 1) == 0) {
+            where = entry;
+            started = true;
+            if (!Apply({where, relative, 0, FileWord(where)})) return false;
+            where += kWord;
+            continue;
+        }
+        if (!started) return false;
+        for (uint64_t bit = 0; (entry >>= 1) != 0; ++bit) {
+            const uint64_t target = where + bit * kWord;
+            if ((entry & 1) != 0 && !Apply({target, relative, 0, FileWord(target)})) return false;
+        }
+        where += (8 * kWord - 1) * kWord;
+    }
+    return true;
+}
+
+template <class Entry>
+bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag)
+{
+    std::vector<Entry> entries;
+    if (!dynamic_.Has(addressTag)) return true;
+    if (!ReadTable(addressTag, sizeTag, &entries)) return false;
+    // The loader applies the first entries of the count it is given as
+    // relative ones, whatever their type says.
+    const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
+    for (uint64_t i = 0; i < entries.size(); ++i) {
+        const Entry& entry = entries[i];
+        const bool relative = i < relativeCount;
+        uint64_t addend = 0;
+        if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
+            addend = static_cast<uint64_t>(entry.r_addend);
+        } else {
+            addend = FileWord(entry.r_offset);
+        }
+        relocations_.push_back({entry.r_offset, EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
+                                relative ? 0 : RelocationSymbol(entry.r_info), addend});
+    }
+    return true;
+}
+
+bool RelocationCheck::Apply(const Relocation& relocation)
+{
+    const Effect effect = relocation.effect;
+    if (effect.kind == Kind::Unknown || relocation.target > ~ElfAddress{0}) return false;
+    const AddressRange written{static_cast<ElfAddress>(relocation.target), effect.width};
+    if (!CheckTarget(written)) return false;
+    bool code = false;
+    switch (effect.kind) {
+    case Kind::Relative:
+        code = IsCode(relocation.addend);
+        break;
+    case Kind::Indirect:
+        if (!IsCode(relocation.addend)) return false;
+        code = true;  // whatever the resolver returns
+        break;
+    case Kind::Address: {
+        // A symbol of another module is resolved there; one of this module
+        // must be its code.
+        const ElfW(Sym)& symbol = dynamic_.symbols()[relocation.symbol];
+        code = relocation.symbol != 0 &&
+               (symbol.st_shndx == SHN_UNDEF || IsCode(uint64_t{symbol.st_value} + relocation.addend));
+        break;
+    }
+    case Kind::Other:
+    case Kind::Unknown:
+        break;
+    }
+    NoteCallSlots(written, code && effect.width == kWord);
+    return true;
+}
+
+bool RelocationCheck::CheckTarget(AddressRange target) const
+{
+    if (target.size == 0) return true;
+    // Text relocations make the loader open read-only segments for writing.
+    const bool textRelocations = dynamic_.Has(DT_TEXTREL) || (dynamic_.Value(DT_FLAGS) & DF_TEXTREL) != 0;
+    if (!layout_.InMemory(target, textRelocations ? 0 : PF_W)) return false;
+    for (const AddressRange& table : dynamic_.tables()) {
+        if (Overlaps(target, table)) return false;
+    }
+    return true;
+}
+
+void RelocationCheck::NoteCallSlots(AddressRange written, bool code)
+{
+    if (written.size == 0) return;
+    for (CallSlots& slots : callSlots_) {
+        if (slots.code.empty() || !Overlaps(written, slots.range)) continue;
+        const uint64_t start = slots.range.start;
+        const uint64_t first = written.start > start ? (written.start - start) / kWord : 0;
+        const uint64_t last =
+            std::min<uint64_t>((written.start + written.size - 1 - start) / kWord, slots.code.size() - 1);
+        // Only a whole word written into one slot holds an address.
+        for (uint64_t slot = first; slot <= last; ++slot) {
+            slots.code[slot] = code && written.start == start + slot * kWord;
+        }
+    }
+}
+
+}  // namespace
+
+bool CheckRelocations(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic)
+{
+    return RelocationCheck(image, layout, dynamic).Run();
+}
+
+}  // namespace Platform
+}  // namespace Orvik

@@ -1,0 +1,20 @@
+#pragma once
+// Whether a file may be handed to the loader. The loader trusts a module
+// file: a segment that reaches past the end of a truncated file faults
+// (SIGBUS) when first touched, and damaged tables send it reading and
+// writing out of bounds. Windows refuses such files as not loadable (193);
+// this check refuses them before the loader sees them.
+
+#include <cstdint>
+#include <string>
+
+namespace Orvik {
+namespace Platform {
+
+// kErrorSuccess when the module file and the dependencies the loader would
+// load with it from the module's own search paths pass the check; 193 when
+// one of them is no loadable module, 5 when one cannot be read.
+uint32_t CheckModuleFile(const std::string& nativePath);
+
+}  // namespace Platform
+}  // namespace Orvik

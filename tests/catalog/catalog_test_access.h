@@ -1,0 +1,73 @@
+#pragma once
+// The one way tests look inside a catalog: its records and settings, and the
+// steps the factory never calls alone (the scan, a record's path).
+//
+//   EXPECT_STREQ("a.dll", Inspect(catalog).dllList);
+
+#include <list>
+
+#include "catalog/component_class_info_list.h"
+
+namespace Orvik {
+
+class CatalogTestAccess {
+public:
+    explicit CatalogTestAccess(const CComponentClassInfoList& catalog)
+        : catalog_(const_cast<CComponentClassInfoList&>(catalog)),
+          configFilePath(catalog_.configFilePath),
+          registryPath(catalog_.registryPath),
+          configRecords(catalog_.configRecords),
+          dllListRecords(catalog_.dllListRecords),
+          dllListModules(Handles(catalog_.dllListModules)),
+          dllListScanned(catalog_.dllListScanned),
+          dllList(catalog_.dllList),
+          failedDlls(catalog_.failedDlls),
+          hasDllList(catalog_.hasDllList),
+          preloadedModules(Handles(catalog_.preloadedModules)),
+          defaultDebugOutputMask(catalog_.defaultDebugOutputMask),
+          defaultLogFileMask(catalog_.defaultLogFileMask),
+          maxFileCount(catalog_.maxFileCount),
+          maxFileSize(catalog_.maxFileSize),
+          dllPath(catalog_.dllPath),
+          defaultDllPath(catalog_.defaultDllPath),
+          defaultDllModule(catalog_.defaultDllModule)
+    {
+    }
+
+    void ScanDllList() { catalog_.ScanDllList(); }
+    void ResolveConfigDllPath(ComponentClassInfo& record) { catalog_.ResolveConfigDllPath(record); }
+
+private:
+    static std::list<Platform::ModuleHandle> Handles(const std::list<Platform::UniqueModule>& owners)
+    {
+        std::list<Platform::ModuleHandle> handles;
+        for (const Platform::UniqueModule& owner : owners) handles.push_back(owner.get());
+        return handles;
+    }
+
+    CComponentClassInfoList& catalog_;
+
+public:
+    const char* const configFilePath;
+    const char* const registryPath;
+    TSortedRecords<ComponentClassInfo>& configRecords;
+    std::map<ComponentId, DllListClassInfo>& dllListRecords;
+    // The handles held when the accessor was made.
+    const std::list<Platform::ModuleHandle> dllListModules;
+    const int32_t& dllListScanned;
+    const char* const dllList;
+    const char* const failedDlls;
+    const int32_t& hasDllList;
+    const std::list<Platform::ModuleHandle> preloadedModules;
+    const uint32_t& defaultDebugOutputMask;
+    const uint32_t& defaultLogFileMask;
+    const int32_t& maxFileCount;
+    const uint32_t& maxFileSize;
+    const char* const dllPath;
+    const char* const defaultDllPath;
+    const Platform::ModuleHandle& defaultDllModule;
+};
+
+inline CatalogTestAccess Inspect(const CComponentClassInfoList& catalog) { return CatalogTestAccess(catalog); }
+
+}  // namespace Orvik

@@ -1,0 +1,30 @@
+// TextTool.dll: a component that capitalizes text.
+
+#include <cctype>
+#include <cstring>
+
+#include "module/component_impl.h"
+#include "text_interfaces.h"
+
+namespace Downstream {
+namespace {
+
+class CTextTool : public Orvik::TComponentImpl<ITextTool, CTextTool, ITextTool::kComponentId, 0, 0> {
+public:
+    int32_t Capitalize(const char* text, char* buffer, int32_t size) override
+    {
+        const size_t length = std::strlen(text);
+        if (size <= 0 || length >= static_cast<size_t>(size)) return -1;
+        for (size_t i = 0; i <= length; ++i) {
+            buffer[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[i])));
+        }
+        return static_cast<int32_t>(length);
+    }
+
+    void Uninitialize() override {}
+};
+
+Orvik::TComponentRegistrar<CTextTool> textToolRegistrar;
+
+}  // namespace
+}  // namespace Downstream

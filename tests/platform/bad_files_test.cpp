@@ -1,0 +1,248 @@
+// Files that are no profile and no module: a directory, special files, a
+// module cut short or damaged. Each reads as a missing profile or is
+// refused as no loadable module (193), at once and without ending the
+// process, on every platform where it can occur.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "platform/file_system.h"
+#include "platform/module_loader.h"
+#include "platform/profile.h"
+#include "tests/support/special_files.h"
+#include "tests/support/test_paths.h"
+
+namespace Orvik {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::ScratchDirectory;
+using Bytes = std::vector<char>;
+
+Bytes ReadBytes(const std::string& path)
+{
+    std::ifstream file(Testing::NativePath(path), std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+void WriteBytes(const fs::path& path, const Bytes& bytes)
+{
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string ProbePath(const char* name) { return Testing::ProgramDirectory() + "\\" + name; }
+
+std::string ReadValue(const std::string& file)
+{
+    char value[64] = "untouched";
+    Platform::ReadProfileValue("Redirect", "Path", "default", value, sizeof value, file.c_str());
+    return value;
+}
+
+// kErrorSuccess when the module loads (it is released again), else the
+// last error of the failed load.
+uint32_t LoadError(const std::string& path)
+{
+    const Platform::ModuleHandle module = Platform::LoadModule(path.c_str());
+    if (module == nullptr) return Platform::GetLastErrorCode();
+    Platform::ReleaseModule(module);
+    return Platform::kErrorSuccess;
+}
+
+TEST(BadFiles, DirectoryReadsAsAMissingProfile)
+{
+    ScratchDirectory scratch("dir_profile");
+    fs::create_directory(scratch.native() / "Orvik.ini");
+    EXPECT_EQ(ReadValue(scratch.Framework()), "default");
+    EXPECT_EQ(ReadValue(scratch.Framework("Orvik.ini")), "default");
+}
+
+TEST(BadFiles, ModuleCutShortIsRefused)
+{
+    ScratchDirectory scratch("cut_module");
+    const Bytes whole = ReadBytes(ProbePath("probe_a.dll"));
+    ASSERT_GT(whole.size(), 4096u);
+    WriteBytes(scratch.native() / "whole.dll", whole);
+    EXPECT_EQ(LoadError(scratch.Framework("whole.dll")), Platform::kErrorSuccess) << "the copy itself loads";
+    for (const size_t size : {size_t{1024}, size_t{8192}, size_t{64}}) {
+        const std::string name = "cut" + std::to_string(size) + ".dll";
+        WriteBytes(scratch.native() / name, Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)));
+        EXPECT_EQ(LoadError(scratch.Framework(name)), Platform::kErrorBadExeFormat) << size << " bytes";
+    }
+}
+
+TEST(BadFiles, DevicesAreNotReadAsFiles)
+{
+#if defined(_WIN32)
+    const char* const device = "NUL";
+#else
+    const char* const device = "\\dev\\zero";
+#endif
+    EXPECT_EQ(Platform::OpenFileForReading(device), Platform::InvalidFileHandle());
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorAccessDenied);
+}
+
+#if !defined(_WIN32)
+TEST(BadFiles, FifoAndDevicesAreNeitherReadNorWaitedFor)
+{
+    ScratchDirectory scratch("special");
+    ASSERT_TRUE(Testing::MakeFifo(scratch.native() / "pipe.ini"));
+    for (const std::string& path : {scratch.Framework("pipe.ini"), std::string("\\dev\\zero")}) {
+        EXPECT_EQ(ReadValue(path), "default") << path;
+        EXPECT_EQ(Platform::OpenFileForReading(path.c_str()), Platform::InvalidFileHandle()) << path;
+        EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorAccessDenied) << path;
+    }
+    // Module names get ".dll": the same files under such names.
+    ASSERT_TRUE(Testing::MakeFifo(scratch.native() / "pipe.dll"));
+    fs::create_symlink("/dev/zero", scratch.native() / "zero.dll");
+    for (const char* name : {"pipe.dll", "zero.dll"}) {
+        EXPECT_EQ(LoadError(scratch.Framework(name)), Platform::kErrorBadExeFormat) << name;
+    }
+}
+
+// Just enough of the 64-bit ELF layout to damage a module on purpose.
+class ElfBytes {
+public:
+    explicit ElfBytes(Bytes bytes) : bytes_(std::move(bytes)) {}
+
+    template <class T>
+    T Get(size_t offset) const
+    {
+        T value;
+        std::memcpy(&value, At(offset, sizeof value), sizeof value);
+        return value;
+    }
+    template <class T>
+    void Set(size_t offset, T value)
+    {
+        std::memcpy(const_cast<char*>(At(offset, sizeof value)), &value, sizeof value);
+    }
+
+    // The file offset of the last program header of that type.
+    size_t ProgramHeader(uint32_t type) const
+    {
+        size_t found = 0;
+        for (uint16_t i = 0; i < Get<uint16_t>(kProgramHeaderCount); ++i) {
+            const size_t header = Get<uint64_t>(kProgramHeaderOffset) + i * kProgramHeaderSize;
+            if (Get<uint32_t>(header) == type) found = header;
+        }
+        return found;
+    }
+    // The file offset of the value of a dynamic entry.
+    size_t DynamicValue(int64_t tag) const
+    {
+        for (size_t entry = Get<uint64_t>(ProgramHeader(kDynamic) + kFileOffset);; entry += 16) {
+            const int64_t found = Get<int64_t>(entry);
+            if (found == tag) return entry + 8;
+            if (found == 0) return 0;
+        }
+    }
+    // The file offset of an address of the first segment, which starts at
+    // address 0 and file offset 0.
+    static size_t AtAddress(uint64_t address) { return static_cast<size_t>(address); }
+
+    Bytes CutAt(size_t size) const { return Bytes(bytes_.begin(), bytes_.begin() + static_cast<ptrdiff_t>(size)); }
+    const Bytes& bytes() const { return bytes_; }
+
+    static constexpr size_t kProgramHeaderOffset = 0x20;
+    static constexpr size_t kProgramHeaderCount = 0x38;
+    static constexpr size_t kProgramHeaderSize = 56;
+    static constexpr size_t kFileOffset = 8;
+    static constexpr size_t kFileSize = 32;
+    static constexpr size_t kMemorySize = 40;
+    static constexpr uint32_t kLoad = 1;
+    static constexpr uint32_t kDynamic = 2;
+    static constexpr int64_t kStringTableSize = 10;
+    static constexpr int64_t kGnuHash = 0x6ffffef5;
+
+private:
+    // Throws when the file is shorter: the test then fails.
+    const char* At(size_t offset, size_t size) const
+    {
+        bytes_.at(offset + size - 1);
+        return bytes_.data() + offset;
+    }
+
+    Bytes bytes_;
+};
+
+class DamagedModules : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (module_.bytes().size() < 5 || module_.bytes()[4] != 2) GTEST_SKIP() << "a 64-bit ELF module is needed";
+    }
+    // Writes the image under a name of its own and loads it.
+    uint32_t LoadError(const Bytes& image)
+    {
+        const std::string name = "damaged" + std::to_string(++count_) + ".dll";
+        WriteBytes(scratch_.native() / name, image);
+        return Orvik::LoadError(scratch_.Framework(name));
+    }
+
+    ScratchDirectory scratch_{"damaged"};
+    ElfBytes module_{ReadBytes(ProbePath("probe_a.dll"))};
+    int count_ = 0;
+};
+
+TEST_F(DamagedModules, SegmentsMustLieInTheFile)
+{
+    // The module ends with section headers the loader never reads: without
+    // them it still loads, but not one byte of a segment may be missing.
+    const size_t lastLoad = module_.ProgramHeader(ElfBytes::kLoad);
+    const size_t segmentsEnd = static_cast<size_t>(module_.Get<uint64_t>(lastLoad + ElfBytes::kFileOffset) +
+                                                   module_.Get<uint64_t>(lastLoad + ElfBytes::kFileSize));
+    ASSERT_LT(segmentsEnd, module_.bytes().size());
+    EXPECT_EQ(LoadError(module_.CutAt(segmentsEnd)), Platform::kErrorSuccess);
+    EXPECT_EQ(LoadError(module_.CutAt(segmentsEnd - 1)), Platform::kErrorBadExeFormat);
+
+    ElfBytes longer = module_;
+    const uint64_t beyond = module_.bytes().size() + 4096;
+    longer.Set<uint64_t>(lastLoad + ElfBytes::kFileSize, beyond);
+    longer.Set<uint64_t>(lastLoad + ElfBytes::kMemorySize, beyond);
+    EXPECT_EQ(LoadError(longer.bytes()), Platform::kErrorBadExeFormat);
+
+    ElfBytes headersAway = module_;
+    headersAway.Set<uint64_t>(ElfBytes::kProgramHeaderOffset, module_.bytes().size() - 8);
+    EXPECT_EQ(LoadError(headersAway.bytes()), Platform::kErrorBadExeFormat);
+}
+
+TEST_F(DamagedModules, TablesTheLoaderFollowsMustHoldTogether)
+{
+    // No terminating entry within the dynamic section.
+    ElfBytes unterminated = module_;
+    unterminated.Set<uint64_t>(module_.ProgramHeader(ElfBytes::kDynamic) + ElfBytes::kFileSize, 16);
+    EXPECT_EQ(LoadError(unterminated.bytes()), Platform::kErrorBadExeFormat);
+
+    // A string table reaching past the end of the file.
+    ElfBytes strings = module_;
+    strings.Set<uint64_t>(module_.DynamicValue(ElfBytes::kStringTableSize), module_.bytes().size());
+    EXPECT_EQ(LoadError(strings.bytes()), Platform::kErrorBadExeFormat);
+
+    // A hash table without buckets, which the loader would divide by.
+    ElfBytes hash = module_;
+    hash.Set<uint32_t>(ElfBytes::AtAddress(module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kGnuHash))), 0);
+    EXPECT_EQ(LoadError(hash.bytes()), Platform::kErrorBadExeFormat);
+}
+
+TEST(BadFiles, DependencyCutShortIsRefused)
+{
+    // dependent.dll finds probe_a.dll in its own directory first.
+    ScratchDirectory scratch("cut_dependency");
+    const Bytes probe = ReadBytes(ProbePath("probe_a.dll"));
+    WriteBytes(scratch.native() / "dependent.dll", ReadBytes(ProbePath("dependent.dll")));
+    WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorBadExeFormat);
+    WriteBytes(scratch.native() / "probe_a.dll", probe);
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+}
+#endif
+
+}  // namespace
+}  // namespace Orvik

@@ -1,0 +1,43 @@
+#pragma once
+// Everything that keeps a configuration file from working: each module it
+// names or scans, loaded here, with OK or the reason it fails, and the
+// mistakes in the file itself.
+
+#include <string>
+#include <vector>
+
+#include "module/component.h"
+#include "platform/load_failure.h"
+
+namespace Orvik {
+namespace Tools {
+
+enum class Severity { Ok, Problem, Note };
+
+struct Finding {
+    Severity severity;
+    std::string reason;   // "ok", "file-missing", "duplicate-id", ...
+    std::string subject;  // what was checked: "[5100] dll=Greeter.dll", "line 7", ...
+    std::string message;
+    std::string path;  // the module file tried, for modules
+    int line = 0;      // the line of the file, when one
+    bool loadFailed = false;
+    Platform::LoadFailure failure{};  // when loadFailed
+    std::vector<ComponentId> ids;     // what a module that loads reports
+};
+
+struct CheckReport {
+    std::string start;
+    std::string file;  // the file the factory reads for start
+    std::vector<Finding> findings;
+    std::vector<std::string> debugLines;
+
+    int Count(Severity severity) const;
+};
+
+CheckReport CheckConfiguration(const std::string& start);
+
+const char* SeverityName(Severity severity);
+
+}  // namespace Tools
+}  // namespace Orvik

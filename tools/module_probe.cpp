@@ -1,0 +1,116 @@
+#include "tools/module_probe.h"
+
+#include <algorithm>
+
+#include "module/module_exports.h"
+#include "platform/file_system.h"
+#include "platform/load_failure.h"
+#include "platform/module_loader.h"
+
+namespace Orvik {
+namespace Tools {
+
+namespace {
+
+// As many ids as the catalog's scan reads from one module.
+constexpr int32_t kMaxIds = 512;
+
+#define ORVIK_EXPORT_NAME(ordinal, name, result, parameters) #name,
+constexpr const char* kExportNames[] = {ORVIK_MODULE_EXPORT_LIST(ORVIK_EXPORT_NAME)};
+#undef ORVIK_EXPORT_NAME
+
+LoadProblem Classify(bool exists, const Platform::LoadFailure& failure)
+{
+    if (!exists) return LoadProblem::FileMissing;
+    if (failure.missingSymbol[0] != '\0' || failure.code == Platform::kErrorProcedureNotFound) {
+        return LoadProblem::SymbolMissing;
+    }
+    if (failure.missingModule[0] != '\0') return LoadProblem::DependencyMissing;
+    switch (failure.code) {
+    case Platform::kErrorBadExeFormat: return LoadProblem::NotAModule;
+    case Platform::kErrorAccessDenied: return LoadProblem::AccessDenied;
+    // The file is there, so something it needs is not.
+    case Platform::kErrorModuleNotFound: return LoadProblem::DependencyMissing;
+    default: return LoadProblem::Other;
+    }
+}
+
+}  // namespace
+
+ModuleProbe ProbeModule(const std::string& path)
+{
+    ModuleProbe probe;
+    probe.path = path;
+    probe.exists = Platform::PathIsPresent(path.c_str());
+    const Platform::UniqueModule module(Platform::LoadModule(path.c_str()));
+    if (!module) {
+        Platform::GetLastLoadFailure(&probe.failure);
+        probe.problem = Classify(probe.exists, probe.failure);
+        return probe;
+    }
+    probe.loads = true;
+    char unresolved[Platform::kMaxPath] = {};
+    if (Platform::FindUnresolvedImport(path.c_str(), unresolved, sizeof unresolved)) {
+        probe.unresolvedImport = unresolved;
+        probe.problem = LoadProblem::SymbolMissing;
+    }
+    for (const char* name : kExportNames) {
+        probe.exports.push_back({name, Platform::FindExport(module.get(), name) != nullptr});
+    }
+    if (auto getIds = FindModuleExport<Exports::GetComponentIDs>(module.get())) {
+        uint32_t ids[kMaxIds] = {};
+        probe.reportsIds = true;
+        probe.idCount = getIds(ids, kMaxIds);
+        probe.ids.assign(ids, ids + std::clamp(probe.idCount, 0, kMaxIds));
+    }
+    return probe;
+}
+
+bool HasExport(const ModuleProbe& probe, const char* name)
+{
+    return std::any_of(probe.exports.begin(), probe.exports.end(), [name](const ExportPresence& entry) {
+        return entry.present && std::string(entry.name) == name;
+    });
+}
+
+bool ProvidesId(const ModuleProbe& probe, ComponentId id)
+{
+    return std::find(probe.ids.begin(), probe.ids.end(), id) != probe.ids.end();
+}
+
+const char* ProblemName(LoadProblem problem)
+{
+    switch (problem) {
+    case LoadProblem::None: return "ok";
+    case LoadProblem::FileMissing: return "file-missing";
+    case LoadProblem::DependencyMissing: return "dependency-missing";
+    case LoadProblem::SymbolMissing: return "symbol-missing";
+    case LoadProblem::NotAModule: return "not-a-module";
+    case LoadProblem::AccessDenied: return "access-denied";
+    case LoadProblem::Other: return "load-failed";
+    }
+    return "";
+}
+
+std::string DescribeProblem(const ModuleProbe& probe)
+{
+    const Platform::LoadFailure& failure = probe.failure;
+    switch (probe.problem) {
+    case LoadProblem::None: return "loads";
+    case LoadProblem::FileMissing: return "file missing: " + probe.path;
+    case LoadProblem::DependencyMissing:
+        return failure.missingModule[0] != '\0' ? "dependency missing: " + std::string(failure.missingModule)
+                                                : "a module it depends on is missing (not identified)";
+    case LoadProblem::SymbolMissing:
+        if (!probe.unresolvedImport.empty()) return "symbol missing: " + probe.unresolvedImport + " (bound to a stub)";
+        return failure.missingSymbol[0] != '\0' ? "symbol missing: " + std::string(failure.missingSymbol)
+                                                : "a procedure it imports is missing (not identified)";
+    case LoadProblem::NotAModule: return "not a module for this platform";
+    case LoadProblem::AccessDenied: return "access denied";
+    case LoadProblem::Other: return "does not load (error " + std::to_string(failure.code) + ")";
+    }
+    return "";
+}
+
+}  // namespace Tools
+}  // namespace Orvik

@@ -1,0 +1,56 @@
+#pragma once
+// What a module file is to this process: whether it loads (and if not, why,
+// in the loader's words), which of the seven exports it has, and the ids
+// its GetComponentIDs reports.
+
+#include <string>
+#include <vector>
+
+#include "module/component.h"
+#include "platform/load_failure.h"
+
+namespace Orvik {
+namespace Tools {
+
+enum class LoadProblem {
+    None,
+    FileMissing,
+    DependencyMissing,
+    SymbolMissing,
+    NotAModule,  // not a module for this platform
+    AccessDenied,
+    Other,
+};
+
+struct ExportPresence {
+    const char* name;
+    bool present;
+};
+
+struct ModuleProbe {
+    std::string path;
+    bool exists = false;
+    bool loads = false;
+    LoadProblem problem = LoadProblem::None;
+    Platform::LoadFailure failure{};  // when it does not load
+    // A loader that binds a missing procedure to a stub loads the module
+    // anyway; its import table names the procedure.
+    std::string unresolvedImport;
+    std::vector<ExportPresence> exports;  // the seven, in ordinal order, when it loads
+    bool reportsIds = false;              // has GetComponentIDs
+    int32_t idCount = 0;                  // what GetComponentIDs returned
+    std::vector<ComponentId> ids;         // the first 512 at most, as the scan reads them
+};
+
+// Loads path (framework form), looks and unloads it again.
+ModuleProbe ProbeModule(const std::string& path);
+
+bool HasExport(const ModuleProbe& probe, const char* name);
+bool ProvidesId(const ModuleProbe& probe, ComponentId id);
+
+// Names for JSON and words for people ("dependency missing: libx.dll").
+const char* ProblemName(LoadProblem problem);
+std::string DescribeProblem(const ModuleProbe& probe);
+
+}  // namespace Tools
+}  // namespace Orvik

@@ -1,0 +1,122 @@
+#include "tools/orvik_command.h"
+
+#include "tools/arguments.h"
+#include "tools/verbs.h"
+
+namespace Orvik {
+namespace Tools {
+
+namespace {
+
+constexpr const char kOverview[] =
+    "usage: orvik VERB [OPERANDS] [--json] [--help]\n"
+    "\n"
+    "Explains what the framework makes of configuration files and modules, with\n"
+    "the framework's own code. Paths are written as the shell writes them; CONFIG\n"
+    "defaults to Orvik.ini in the current directory (standing for the host's).\n"
+    "\n"
+    "  resolve [CONFIG]             the redirect chain and the factory module's path\n"
+    "  catalog [CONFIG]             the catalog the factory reads from the file\n"
+    "  module FILE                  whether a module loads here, its exports and ids\n"
+    "  check [CONFIG]               every module the file names or scans: OK or why not\n"
+    "  create ID [--config CONFIG]  asks a real factory for a component\n"
+    "\n"
+    "--json writes one JSON object instead of text. Exit status: 0 all well,\n"
+    "1 something is wrong, 2 the command line is wrong.\n";
+
+struct Verb {
+    const char* name;
+    int (*run)(const Arguments&, std::ostream&, std::ostream&);
+    const char* help;
+};
+
+const Verb kVerbs[] = {
+    {"resolve", RunResolve,
+     "usage: orvik resolve [CONFIG] [--json]\n"
+     "\n"
+     "Follows the [Redirect] Path entries from CONFIG as a module's bootstrap does\n"
+     "and shows each file read, how the chain went on from it and the final file;\n"
+     "then the factory module's path that file names ([361] DLL,\n"
+     "NotUseDefaultDllPath, [DefaultValue] DllPath) and the rule that gave it.\n"},
+    {"catalog", RunCatalog,
+     "usage: orvik catalog [CONFIG] [--json]\n"
+     "\n"
+     "Reads CONFIG (after its redirects) with the catalog's own parser, as the\n"
+     "factory does, and shows dllpath, the default module, the dlls list, the\n"
+     "preloads (which it loads), each numbered section with the module path a\n"
+     "request loads, the log masks and limits, and every line the parser ignored\n"
+     "with its number and why. Exits with 1 when the file is missing.\n"},
+    {"module", RunModule,
+     "usage: orvik module FILE [--json]\n"
+     "\n"
+     "Loads FILE in this process: whether it loads, and if not why (the loader's\n"
+     "own text, the missing dependency or symbol by name); which of the seven\n"
+     "exports it has; the ids its GetComponentIDs reports. Exits with 1 when it\n"
+     "does not load or lacks an export.\n"},
+    {"check", RunCheck,
+     "usage: orvik check [CONFIG] [--json]\n"
+     "\n"
+     "Checks every module CONFIG names ([361], numbered sections, defaultdll,\n"
+     "preload) or scans (dlls) by loading it here: OK, or file missing (with the\n"
+     "path tried), dependency or symbol missing, not a module for this platform,\n"
+     "export missing. Also: an id served by two listed modules (and which wins),\n"
+     "a section without dll, a path starting with \"/\" (relative to the rules),\n"
+     "a file that loads modules without a [361] section. Ignored lines are notes.\n"
+     "Exits with 1 when there is any problem.\n"},
+    {"create", RunCreate,
+     "usage: orvik create ID [--config CONFIG] [--json]\n"
+     "\n"
+     "Obtains the factory as a module does (the factory module CONFIG names),\n"
+     "asks it for component ID with CONFIG as the configuration path, prints the\n"
+     "debug lines that caused and the outcome, and when nothing was created the\n"
+     "route the request took and the failed load. Releases what it got and shuts\n"
+     "the factory down. Exits with 1 when nothing was created.\n"},
+};
+
+}  // namespace
+
+int UsageError(std::ostream& err, const std::string& verb, const std::string& message)
+{
+    err << "orvik" << (verb.empty() ? "" : " " + verb) << ": " << message << "\n";
+    err << "see \"orvik " << (verb.empty() ? "" : verb + " ") << "--help\"\n";
+    return kExitUsage;
+}
+
+std::string ConfigOperand(const Arguments& arguments, std::ostream& err)
+{
+    if (arguments.operands.size() > 1) {
+        UsageError(err, arguments.verb, "takes at most one CONFIG");
+        return std::string();
+    }
+    const std::string given = arguments.operands.empty() ? std::string() : arguments.operands[0];
+    const std::string path = ConfigPathFromUser(given);
+    if (path.empty()) UsageError(err, arguments.verb, "path too long: " + given);
+    return path;
+}
+
+int RunOrvik(const std::vector<std::string>& argv, std::ostream& out, std::ostream& err)
+{
+    Arguments arguments;
+    std::string error;
+    if (!ParseArguments(argv, &arguments, &error)) return UsageError(err, arguments.verb, error);
+    if (arguments.verb.empty()) {
+        if (!arguments.help) return UsageError(err, "", "no verb given");
+        out << kOverview;
+        return kExitOk;
+    }
+    for (const Verb& verb : kVerbs) {
+        if (arguments.verb != verb.name) continue;
+        if (arguments.help) {
+            out << verb.help;
+            return kExitOk;
+        }
+        if (!arguments.config.empty() && arguments.verb != "create") {
+            return UsageError(err, arguments.verb, "--config belongs to create; name CONFIG as an operand");
+        }
+        return verb.run(arguments, out, err);
+    }
+    return UsageError(err, "", "unknown verb " + arguments.verb);
+}
+
+}  // namespace Tools
+}  // namespace Orvik
