@@ -24,12 +24,6 @@ constexpr Provider kProviders[] = {
     {"bench_filler.dll", kFillerId, kFillerTag},
 };
 
-template <class Function>
-Function Export(Platform::ModuleHandle module, const char* name)
-{
-    return reinterpret_cast<Function>(Platform::FindExport(module, name));
-}
-
 std::string Expect(const char* what, int32_t answer, int32_t expected)
 {
     if (answer == expected) return "";
@@ -59,12 +53,12 @@ std::string World::SetUp()
     for (int i = 0; i < kProviderCount; ++i) {
         modules_[i] = Platform::LoadModule(FrameworkPath(directory / kProviders[i].file).c_str());
         if (modules_[i] == nullptr) return std::string("cannot load ") + kProviders[i].file;
-        creators_[i] = Export<CreateComponentExport>(modules_[i], "CreateComponent");
+        creators_[i] = FindModuleExport<Exports::CreateComponent>(modules_[i]);
         pinned_[i] = creators_[i] != nullptr ? creators_[i](static_cast<int32_t>(kProviders[i].id), 0) : nullptr;
         if (pinned_[i] == nullptr) return std::string("no component from ") + kProviders[i].file;
     }
     clientModule_ = Platform::LoadModule(FrameworkPath(directory / "bench_client.dll").c_str());
-    auto createClient = Export<CreateComponentExport>(clientModule_, "CreateComponent");
+    auto createClient = FindModuleExport<Exports::CreateComponent>(clientModule_);
     if (createClient == nullptr) return "cannot load bench_client.dll";
     client_ = static_cast<IBenchClient*>(createClient(static_cast<int32_t>(IBenchClient::kComponentId), 0));
     if (client_ == nullptr) return "no client component";

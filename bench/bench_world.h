@@ -57,7 +57,7 @@ private:
     std::string error_;
     std::vector<std::string> debugLines_;
     Platform::ModuleHandle modules_[kProviderCount] = {};
-    CreateComponentExport creators_[kProviderCount] = {};
+    Exports::CreateComponent::Function creators_[kProviderCount] = {};
     IComponent* pinned_[kProviderCount] = {};
     Platform::ModuleHandle clientModule_ = nullptr;
     IBenchClient* client_ = nullptr;

@@ -47,12 +47,6 @@ uint64_t Since(std::clock_t start)
 
 std::string Here(const std::string& name) { return FrameworkPath(ProgramDirectory() / name); }
 
-template <class Function>
-Function Export(Platform::ModuleHandle module, const char* name)
-{
-    return reinterpret_cast<Function>(Platform::FindExport(module, name));
-}
-
 // The file into one terminated buffer, the least any reader does: one open,
 // one read.
 bool ReadWhole(const std::string& path, uint32_t* size)
@@ -86,7 +80,7 @@ Sample ParseCatalog(const std::string& file, const std::string& warmFile, bool m
 {
     const Platform::ModuleHandle factoryModule = Platform::LoadModule(Here("..\\..\\OrvFact.dll").c_str());
     if (factoryModule == nullptr) return Fail("cannot load OrvFact.dll");
-    auto create = Export<CreateComponentExport>(factoryModule, "CreateComponent");
+    auto create = FindModuleExport<Exports::CreateComponent>(factoryModule);
     auto* factory = static_cast<IOrvikComponentFactory*>(create(static_cast<int32_t>(kFactoryComponentId), 0));
     if (factory == nullptr) return Fail("no factory");
     // The code paths run once on a small file first.
@@ -111,7 +105,7 @@ Sample ColdStartWithFactory()
 {
     const Platform::ModuleHandle clientModule = Platform::LoadModule(Here("..\\bench_client.dll").c_str());
     if (clientModule == nullptr) return Fail("cannot load bench_client.dll");
-    auto create = Export<CreateComponentExport>(clientModule, "CreateComponent");
+    auto create = FindModuleExport<Exports::CreateComponent>(clientModule);
     auto* client = static_cast<IBenchClient*>(create(static_cast<int32_t>(IBenchClient::kComponentId), 0));
     if (client == nullptr) return Fail("no client");
     const int32_t answer = client->ColdRequest(1);

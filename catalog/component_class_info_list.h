@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <mutex>
+#include <vector>
 
 #include "catalog/catalog_observer.h"
 #include "catalog/catalog_view.h"
@@ -199,8 +200,9 @@ private:
     // The records' resolved module paths.
     std::forward_list<std::string> resolvedPaths_;
     std::recursive_mutex* ownerLock_ = nullptr;
-    // Creations under way, by the module whose entry point they use.
-    std::map<Platform::ModuleHandle, int> creating_;
+    // The module of each creation under way, once per creation. Few run at
+    // once; the vector keeps its capacity, so a request allocates nothing.
+    std::vector<Platform::ModuleHandle> creating_;
 };
 
 }  // namespace Orvik

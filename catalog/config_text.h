@@ -32,12 +32,7 @@ inline bool HasLeadBytes()
 // character of its own, or null.
 inline char* Find(char* text, size_t length, char c, bool leadBytes)
 {
-    if (!leadBytes) {
-        for (char* p = text; p < text + length; ++p) {
-            if (*p == c) return p;
-        }
-        return nullptr;
-    }
+    if (!leadBytes) return static_cast<char*>(std::memchr(text, c, length));
     char* found = Platform::FindCharacter(text, static_cast<unsigned char>(c));
     return found != nullptr && *found == c ? found : nullptr;
 }
@@ -60,14 +55,23 @@ inline void LowerCase(char* text, size_t length, bool leadBytes)
 }
 
 // key (length bytes) is lowerName ignoring the case of A-Z. lowerName is
-// plain lower-case ASCII, so under any code page a key with a lead byte
-// differs from it, and a key without one is compared byte by byte.
+// lower-case ASCII letters only, so under any code page a key with a lead
+// byte differs from it, and setting bit 5 of a key byte gives lowerName's
+// byte exactly when the key byte is that letter in either case. Eight bytes
+// are compared at a time.
 inline bool SameKey(const char* key, size_t length, std::string_view lowerName)
 {
     if (length != lowerName.size()) return false;
-    for (size_t i = 0; i < length; ++i) {
-        const char c = key[i] >= 'A' && key[i] <= 'Z' ? static_cast<char>(key[i] - 'A' + 'a') : key[i];
-        if (c != lowerName[i]) return false;
+    constexpr uint64_t kCaseBits = 0x2020202020202020ull;
+    size_t i = 0;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t keyWord, nameWord;
+        std::memcpy(&keyWord, key + i, 8);
+        std::memcpy(&nameWord, lowerName.data() + i, 8);
+        if ((keyWord | kCaseBits) != nameWord) return false;
+    }
+    for (; i < length; ++i) {
+        if ((key[i] | 0x20) != lowerName[i]) return false;
     }
     return true;
 }

@@ -53,7 +53,7 @@ void CComponentClassInfoList::SetOwnerLock(std::recursive_mutex* lock) { ownerLo
 
 bool CComponentClassInfoList::IsCreatingThrough(Platform::ModuleHandle module) const
 {
-    return creating_.count(module) != 0;
+    return std::find(creating_.begin(), creating_.end(), module) != creating_.end();
 }
 
 IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponent::Function createComponent,
@@ -62,7 +62,7 @@ IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponen
     // The creator runs without the owner's lock (it may ask for further
     // components, or register a shared instance, from any thread), and the
     // module is marked meanwhile so that nobody frees it under the call.
-    ++creating_[module];
+    creating_.push_back(module);
     IComponent* component = nullptr;
     {
         const LockLeft unlocked(ownerLock_);
@@ -74,7 +74,8 @@ IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponen
         } catch (...) {
         }
     }
-    if (--creating_[module] == 0) creating_.erase(module);
+    *std::find(creating_.begin(), creating_.end(), module) = creating_.back();
+    creating_.pop_back();
     if (component == nullptr) {
         OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n", componentId);
     }

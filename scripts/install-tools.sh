@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, whatever the build needs and the machine lacks:
 # CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, Wine, the
-# GoogleTest sources, and clang with libFuzzer for the fuzz targets; for the
-# benchmark script (which sets orvik_tools_for_bench) also Google Benchmark.
+# GoogleTest sources, clang with libFuzzer for the fuzz targets and Google
+# Benchmark for the benchmark suite.
 # Sourced by the other scripts.
 missing=()
 command -v cmake >/dev/null || missing+=(cmake)
@@ -15,9 +15,7 @@ command -v i686-w64-mingw32-g++-posix >/dev/null || missing+=(g++-mingw-w64-i686
 command -v clang++ >/dev/null || missing+=(clang)
 # libFuzzer comes with the compiler's run-time libraries.
 compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null || missing+=(libclang-rt-dev)
-if [ -n "${orvik_tools_for_bench:-}" ]; then
-  [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
-fi
+[ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
 if [ ${#missing[@]} -gt 0 ]; then
   echo "== installing: ${missing[*]}"
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \

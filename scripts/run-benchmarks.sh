@@ -8,7 +8,6 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
-orvik_tools_for_bench=1
 source scripts/install-tools.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)

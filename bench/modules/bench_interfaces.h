@@ -69,7 +69,7 @@ public:
     virtual int32_t InModuleFloor(int32_t x) = 0;
     // The same across a module boundary: the provider's CreateComponent
     // export, looked up once beforehand with SetCrossModuleCreator.
-    virtual void SetCrossModuleCreator(CreateComponentExport create, ComponentId id) = 0;
+    virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
     virtual int32_t CrossModuleFloor(int32_t x) = 0;
     // The three lookups a request for a section module makes.
     virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;

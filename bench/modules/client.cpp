@@ -50,7 +50,7 @@ public:
         probe->Release(0);
         return result;
     }
-    void SetCrossModuleCreator(CreateComponentExport create, ComponentId id) override
+    void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) override
     {
         crossCreate_ = create;
         crossId_ = id;
@@ -93,7 +93,7 @@ public:
     void Uninitialize() override {}
 
 private:
-    CreateComponentExport crossCreate_ = nullptr;
+    Exports::CreateComponent::Function crossCreate_ = nullptr;
     ComponentId crossId_ = 0;
 };
 

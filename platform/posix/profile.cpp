@@ -13,6 +13,10 @@
 
 #include "platform/file_system.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace Orvik {
 namespace Platform {
 
@@ -35,12 +39,52 @@ bool SameName(std::string_view a, std::string_view b)
            std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
+// The first '[' at or after from that may open a section whose name starts
+// with first (lower-case; 0 for any): followed by a blank or by first in
+// either case. A catalog has a header every few lines, of which the one
+// sought is rarely one, so sixteen bytes are sifted at a time where the
+// processor compares them at once.
+size_t NextOpening(std::string_view text, size_t from, char first)
+{
+    const auto candidate = [&](size_t open) {
+        if (first == '\0' || open + 1 >= text.size()) return true;
+        const char next = text[open + 1];
+        return IsBlank(next) || Lower(next) == first;
+    };
+    size_t i = from;
+#if defined(__SSE2__)
+    if (first != '\0') {
+        const char upper = first >= 'a' && first <= 'z' ? static_cast<char>(first - 'a' + 'A') : first;
+        const __m128i opens = _mm_set1_epi8('['), lowers = _mm_set1_epi8(first), uppers = _mm_set1_epi8(upper);
+        const __m128i spaces = _mm_set1_epi8(' '), tab = _mm_set1_epi8('\t'), controls = _mm_set1_epi8('\r' - '\t');
+        for (; i + 17 <= text.size(); i += 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i));
+            const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i + 1));
+            // A blank is ' ' or '\t'..'\r': next - '\t' at most 4, unsigned.
+            const __m128i fromTab = _mm_sub_epi8(next, tab);
+            const __m128i blank = _mm_or_si128(_mm_cmpeq_epi8(next, spaces),
+                                               _mm_cmpeq_epi8(_mm_min_epu8(fromTab, controls), fromTab));
+            const __m128i named = _mm_or_si128(_mm_cmpeq_epi8(next, lowers), _mm_cmpeq_epi8(next, uppers));
+            const unsigned found = static_cast<unsigned>(
+                _mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(bytes, opens), _mm_or_si128(blank, named))));
+            if (found != 0) return i + static_cast<size_t>(__builtin_ctz(found));
+        }
+    }
+#endif
+    for (size_t open = text.find('[', i); open != std::string_view::npos; open = text.find('[', open + 1)) {
+        if (candidate(open)) return open;
+    }
+    return std::string_view::npos;
+}
+
 // Where the next line lies that may be the header of section: the first
 // '[' on its line after blanks, followed by the section's first character.
 // Other lines, however many, cannot open it. text starts at a line.
 size_t NextHeaderOf(std::string_view text, std::string_view section)
 {
-    for (size_t open = text.find('['); open != std::string_view::npos; open = text.find('[', open + 1)) {
+    const char first = section.empty() ? '\0' : Lower(section.front());
+    for (size_t open = NextOpening(text, 0, first); open != std::string_view::npos;
+         open = NextOpening(text, open + 1, first)) {
         size_t line = open;
         while (line > 0 && IsBlank(text[line - 1]) && text[line - 1] != '\r' && text[line - 1] != '\n') --line;
         if (line > 0 && text[line - 1] != '\r' && text[line - 1] != '\n') continue;

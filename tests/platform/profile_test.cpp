@@ -260,6 +260,23 @@ TEST_F(ProfileTest, HeadersAreFoundAmongManyOtherLines)
     EXPECT_STREQ(buffer, "d");
 }
 
+TEST_F(ProfileTest, HeadersAreFoundWhereverTheyLieInTheFile)
+{
+    // Each header form at every offset within a block of sixteen bytes,
+    // and in the file's last bytes.
+    const char* const headers[] = {"[Target]", "[tARGET]", "[\t Target ]", "  [Target]"};
+    char buffer[16];
+    for (const char* header : headers) {
+        for (size_t pad = 0; pad < 34; ++pad) {
+            Write({{"h_at", std::string(pad, 'x') + "[Tar]\n" + header + "\nk=v" + std::to_string(pad)}});
+            SCOPED_TRACE(std::string(header) + " after " + std::to_string(pad) + " bytes");
+            EXPECT_EQ(ReadProfileValue("Target", "k", "d", buffer, sizeof buffer, PathOf("h_at").c_str()),
+                      2u + (pad >= 10 ? 1u : 0u));
+            EXPECT_EQ(std::string(buffer), "v" + std::to_string(pad));
+        }
+    }
+}
+
 TEST_F(ProfileTest, LongLinesAreReadWhole)
 {
     const std::string value = std::string(3000, 'a') + "b";
