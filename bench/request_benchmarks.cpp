@@ -1,10 +1,14 @@
 // The in-process benchmarks: the floors, the export lookups and the
-// requests, each timed per operation of the client module. Every
+// requests, each timed per operation of the client module, each request
+// with its floor. Every
 // operation's answer is checked: a component from the wrong module, none
 // at all, or a debugger line (the framework's error report) fails the
 // benchmark.
 
 #include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <ctime>
 
 #include "bench/bench_names.h"
 
@@ -35,7 +39,33 @@ void Finish(benchmark::State& state, const World& world, size_t linesBefore, int
     }
 }
 
-void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag, Crowding crowding)
+// Each request is compared with its floor timed right after it, for as
+// many operations, so that both see the machine alike: on a shared machine
+// the speed of a core drifts between benchmarks further apart.
+enum class Floor { None, InModule, CrossModule, CrossModuleAndLookups };
+
+// Processor seconds per operation of the floor; NaN when it answered wrong.
+double TimeFloor(World& world, Floor floor, int64_t operations)
+{
+    IBenchClient* client = world.client();
+    const Platform::ModuleHandle module = world.sectionModule();
+    int64_t wrong = 0;
+    int32_t x = 0;
+    const std::clock_t start = std::clock();
+    for (int64_t i = 0; i < operations; ++i) {
+        if (floor == Floor::InModule) {
+            wrong += client->InModuleFloor(x) != x + kClientTag;
+        } else {
+            wrong += client->CrossModuleFloor(x) != x + kScannedTag;
+            if (floor == Floor::CrossModuleAndLookups) wrong += client->ExportLookups(module) != 3;
+        }
+        x = (x + 1) & 0xFFFF;
+    }
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    return wrong == 0 && operations > 0 ? seconds / static_cast<double>(operations) : NAN;
+}
+
+void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag, Crowding crowding, Floor floor)
 {
     World* world = Prepare(state, crowding);
     if (world == nullptr) return;
@@ -47,6 +77,12 @@ void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag,
         wrong += (client->*operation)(x) != x + tag;
         x = (x + 1) & 0xFFFF;
     }
+    const double floorSeconds = floor != Floor::None ? TimeFloor(*world, floor, state.iterations()) : 0;
+    if (std::isnan(floorSeconds)) {
+        state.SkipWithError("the floor's answers came from the wrong module or none");
+        return;
+    }
+    if (floor != Floor::None) state.counters[kFloorSeconds] = floorSeconds;
     Finish(state, *world, lines, wrong);
 }
 
@@ -55,7 +91,7 @@ void MeasureRegistered(benchmark::State& state, Operation operation, Crowding cr
 {
     World* world = Prepare(state, crowding);
     if (world == nullptr) return;
-    MeasureOperation(state, operation, kSharedTag, crowding);
+    MeasureOperation(state, operation, kSharedTag, crowding, Floor::InModule);
     IOrvikComponentFactory* factory = world->factory();
     if (factory->CreateComponentByID(kSharedId, nullptr) != world->sharedInstance() ||
         factory->IsRegisteredInstance(world->sharedInstance()) != 1) {
@@ -75,9 +111,9 @@ void MeasureLookups(benchmark::State& state, Crowding crowding)
     Finish(state, *world, lines, wrong);
 }
 
-void AddOperation(const char* base, Operation operation, int32_t tag, Crowding crowding)
+void AddOperation(const char* base, Operation operation, int32_t tag, Crowding crowding, Floor floor)
 {
-    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureOperation, operation, tag, crowding);
+    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureOperation, operation, tag, crowding, floor);
 }
 
 void AddRegistered(const char* base, Operation operation, Crowding crowding)
@@ -95,22 +131,22 @@ void AddLookups(Crowding crowding)
 // Registered in the order they run: the process only grows more crowded.
 void RegisterRequestBenchmarks()
 {
-    AddOperation(kInModuleFloor, &IBenchClient::InModuleFloor, kClientTag, kQuiet);
-    AddOperation(kCrossModuleFloor, &IBenchClient::CrossModuleFloor, kScannedTag, kQuiet);
+    AddOperation(kInModuleFloor, &IBenchClient::InModuleFloor, kClientTag, kQuiet, Floor::None);
+    AddOperation(kCrossModuleFloor, &IBenchClient::CrossModuleFloor, kScannedTag, kQuiet, Floor::None);
     AddLookups(kQuiet);
-    AddOperation(kSectionPtr, &IBenchClient::SectionRequest, kSectionTag, kQuiet);
-    AddOperation(kSectionDirect, &IBenchClient::SectionDirect, kSectionTag, kQuiet);
-    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kQuiet);
-    AddOperation(kScannedDirect, &IBenchClient::ScannedDirect, kScannedTag, kQuiet);
+    AddOperation(kSectionPtr, &IBenchClient::SectionRequest, kSectionTag, kQuiet, Floor::CrossModuleAndLookups);
+    AddOperation(kSectionDirect, &IBenchClient::SectionDirect, kSectionTag, kQuiet, Floor::CrossModuleAndLookups);
+    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kQuiet, Floor::CrossModule);
+    AddOperation(kScannedDirect, &IBenchClient::ScannedDirect, kScannedTag, kQuiet, Floor::CrossModule);
     AddRegistered(kRegisteredPtr, &IBenchClient::SharedRequest, kQuiet);
     AddRegistered(kRegisteredDirect, &IBenchClient::SharedDirect, kQuiet);
 
     AddLookups(kManyObjects);
-    AddOperation(kSectionPtr, &IBenchClient::SectionRequest, kSectionTag, kManyObjects);
-    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kManyObjects);
+    AddOperation(kSectionPtr, &IBenchClient::SectionRequest, kSectionTag, kManyObjects, Floor::CrossModuleAndLookups);
+    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kManyObjects, Floor::CrossModule);
     AddRegistered(kRegisteredPtr, &IBenchClient::SharedRequest, kManyObjects);
 
-    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kManyInstances);
+    AddOperation(kScannedPtr, &IBenchClient::ScannedRequest, kScannedTag, kManyInstances, Floor::CrossModule);
     AddRegistered(kRegisteredPtr, &IBenchClient::SharedRequest, kManyInstances);
 }
 
