@@ -36,7 +36,11 @@ void LeaveModuleLock();
 
 // While one lives, a thread runs module code on the framework's behalf (a
 // creation, a release and its idle notice): the module does not agree to
-// be unloaded meanwhile.
+// be unloaded meanwhile. What is left unguarded is the return from the
+// export after the scope has ended, a few instructions: the module can only
+// leave at a tick of the unload timer that asks it again after that, so a
+// thread would have to be held between those instructions for a whole
+// unload by another thread.
 class ModuleCallScope {
 public:
     ModuleCallScope();
