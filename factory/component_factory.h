@@ -21,6 +21,7 @@
 
 #include "catalog/component_class_info_list.h"
 #include "log/log_files.h"
+#include "factory/grow_only_set.h"
 #include "factory/open_hash_map.h"
 #include "module/component_factory.h"
 #include "module/component_impl.h"
@@ -84,14 +85,15 @@ private:
     using StateGuard = std::lock_guard<std::recursive_mutex>;
 
     // Fields, in the order of construction. stateLock_ guards every other
-    // field but the log files, which guard themselves, and is held around
+    // field but the log files, which guard themselves, and the readers of
+    // listedInstances_, which need no lock; it is held around
     // every call of a catalog. Requests look the registry up twice each (by
     // id, and whether to release), in constant time.
     std::recursive_mutex stateLock_;
     TOpenHashMap<ComponentId, IComponent*> registeredInstances_;
     std::vector<IComponent*> registeredList_;
-    // The members of registeredList_.
-    TOpenHashMap<IComponent*, bool> listedInstances_;
+    // The members of registeredList_; written under stateLock_ only.
+    TGrowOnlySet<IComponent> listedInstances_;
     // Released by ReleaseRegisteredInstances: listed, never used again.
     std::set<IComponent*> releasedInstances_;
     Platform::CriticalSection factoryLock_;

@@ -9,9 +9,9 @@ constexpr uint32_t kUnloadDelayMs = 100;
 
 void COrvikComponentFactory::ListInstance(IComponent* instance)
 {
-    if (listedInstances_.Find(instance) != nullptr) return;
+    if (listedInstances_.Contains(instance)) return;
     registeredList_.push_back(instance);
-    listedInstances_.Set(instance, true);
+    listedInstances_.Insert(instance);
 }
 
 void COrvikComponentFactory::RegisterInstance(ComponentId id, IComponent* instance)
@@ -35,9 +35,9 @@ try {
 
 int32_t COrvikComponentFactory::IsRegisteredInstance(IComponent* instance)
 {
-    if (instance == nullptr) return 0;
-    const StateGuard guard(stateLock_);
-    return listedInstances_.Find(instance) != nullptr ? 1 : 0;
+    // Read without the state lock: the set only grows, and each smart
+    // pointer asks it at every release.
+    return listedInstances_.Contains(instance) ? 1 : 0;
 }
 
 void COrvikComponentFactory::ReleaseRegisteredInstances()
