@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "module/module_exports.h"
+#include "tests/module/loaded_module.h"
 #include "tests/module/modules/test_probe.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
@@ -19,34 +20,6 @@ namespace Orvik::Testing {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-// A loaded component module and its exports.
-class LoadedModule {
-public:
-    explicit LoadedModule(const char* name)
-        : module_(Platform::LoadModule((ProgramDirectory() + "\\" + name).c_str()))
-    {
-    }
-
-    void Unload() { module_.reset(); }
-    Platform::ModuleHandle handle() const { return module_.get(); }
-
-    template <class Export>
-    typename Export::Function Get() const
-    {
-        return FindModuleExport<Export>(module_.get());
-    }
-    ITestProbe* Create(int32_t id, uint32_t creator = 361) const
-    {
-        return static_cast<ITestProbe*>(Get<Exports::CreateComponent>()(id, creator));
-    }
-    int32_t CanUnloadNow() const { return Get<Exports::OrvikDllCanUnloadNow>()(); }
-    void SetRegistry(const char* path) const { Get<Exports::SetDLLRegistry>()(path); }
-    int32_t ComponentIds(uint32_t* ids, int32_t max) const { return Get<Exports::GetComponentIDs>()(ids, max); }
-
-private:
-    Platform::UniqueModule module_;
-};
 
 class ModuleRuntime : public ::testing::Test {
 protected:

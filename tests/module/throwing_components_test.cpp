@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module/module_exports.h"
+#include "tests/module/loaded_module.h"
 #include "tests/module/modules/test_probe.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"
@@ -17,22 +18,10 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class ThrowingComponents : public ::testing::Test {
+class ThrowingComponents : public ::testing::Test, protected LoadedModule {
 protected:
-    void SetUp() override { ASSERT_TRUE(module_); }
-
-    template <class Export>
-    typename Export::Function Get() const
-    {
-        return FindModuleExport<Export>(module_.get());
-    }
-    ITestProbe* Create(int32_t id, uint32_t creator = 361) const
-    {
-        return static_cast<ITestProbe*>(Get<Exports::CreateComponent>()(id, creator));
-    }
-    int32_t CanUnloadNow() const { return Get<Exports::OrvikDllCanUnloadNow>()(); }
-
-    const Platform::UniqueModule module_{Platform::LoadModule((ProgramDirectory() + "\\throwing.dll").c_str())};
+    ThrowingComponents() : LoadedModule("throwing.dll") {}
+    void SetUp() override { ASSERT_NE(handle(), nullptr); }
 };
 
 TEST_F(ThrowingComponents, ConstructorThatThrowsReadsAsACreatorReturningNull)

@@ -1,6 +1,6 @@
 #pragma once
-// Special files for tests of what the platform layer refuses to read: a
-// FIFO and links to devices. POSIX only.
+// A FIFO for tests of what the platform layer refuses to read: files that
+// are not regular files. POSIX only.
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
