@@ -15,12 +15,8 @@ CatalogView CComponentClassInfoList::View()
                      {}};
     for (const auto& entry : configRecords) {
         const ComponentClassInfo& record = entry.second;
-        // Resolved on a copy, by the same rule a request uses.
-        ComponentClassInfo resolved{};
-        resolved.dll = record.dll;
-        resolved.notUseDefaultDllPath = record.notUseDefaultDllPath;
-        ResolveConfigDllPath(resolved);
-        view.records.push_back({entry.first, record.dll, record.notUseDefaultDllPath != 0, resolved.fullPath,
+        // By the same rule a request uses, without resolving the record.
+        view.records.push_back({entry.first, DllOf(record), record.notUseDefaultDllPath != 0, ConfigDllPath(record),
                                 record.hasLogSetting != 0, record.debugOutputMask, record.logFileMask});
     }
     for (const auto& entry : dllListRecords) view.scannedIds.push_back({entry.first, entry.second.dllName});

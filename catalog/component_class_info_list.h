@@ -12,7 +12,7 @@
 //   catalog_view.cpp     what tools see of a catalog: its view and observer
 
 #include <cstdint>
-#include <forward_list>
+#include <deque>
 #include <list>
 #include <map>
 #include <memory>
@@ -31,18 +31,26 @@
 
 namespace Orvik {
 
-// The record of one component id from its numbered section. A file may
-// hold hundreds of thousands: the texts are kept by the catalog, flags and
-// log masks (six bits) take a byte each, so that a record takes 32 bytes.
+// The record of one component id from its numbered section, as the file
+// gives it. A file may hold hundreds of thousands, so a record takes 12
+// bytes: the module's name is an offset into the text the catalog keeps,
+// flags and log masks (six bits) take a byte each, and what the section's
+// first request adds (the resolved path, the loaded module) lies aside in a
+// SectionModule of the catalog.
 struct ComponentClassInfo {
-    Platform::ModuleHandle module = nullptr;  // loaded providing module; 0 until loaded
-    const char* dll = "";                     // as written under "dll": in the catalog's text
-    const char* fullPath = "";                // once resolved
-    int8_t pathResolved = 0;                  // fullPath has been computed
-    int8_t notUseDefaultDllPath = 0;          // a relative dll is taken from the file's directory
-    int8_t hasLogSetting = 0;                 // the section set a log key
+    uint32_t dll = 0;           // offset of the value written under "dll" in the catalog's text;
+                                // 0 when none was (a value never starts the text)
+    uint32_t pathResolved = 0;  // 0 until the path is resolved, then 1 + the index of its SectionModule
+    int8_t notUseDefaultDllPath = 0;  // a relative dll is taken from the file's directory
+    int8_t hasLogSetting = 0;         // the section set a log key
     uint8_t debugOutputMask = 0;
     uint8_t logFileMask = 0;
+};
+
+// A requested section's resolved module path and its module, loaded or not.
+struct SectionModule {
+    Platform::ModuleHandle module = nullptr;  // loaded providing module; 0 until loaded
+    std::string fullPath;
 };
 
 // The record of one component id learned by scanning a module.
@@ -137,9 +145,13 @@ private:
 
     // Creation and module records.
     ComponentClassInfo* FindConfigRecord(ComponentId componentId);
-    void LoadConfigDll(ComponentClassInfo& record);
+    // The value written under the record's "dll", or "".
+    const char* DllOf(const ComponentClassInfo& record) const;
+    SectionModule& LoadConfigDll(ComponentClassInfo& record);
     void ResolveConfigDllPath(ComponentClassInfo& record);
-    IComponent* CreateFromConfigDll(ComponentClassInfo& record, ComponentId componentId);
+    // The path the record's module is loaded from, by the rule of its kind.
+    std::string ConfigDllPath(const ComponentClassInfo& record) const;
+    IComponent* CreateFromConfigDll(SectionModule& section, ComponentId componentId);
     IComponent* CreateFromDllList(ComponentId componentId);
     void InitOrvikModule(DllListClassInfo& record);
     IComponent* CreateFromDefaultDll(ComponentId componentId);
@@ -197,8 +209,9 @@ private:
     // Whether the code page may have lead bytes; a parse without them
     // searches bytes itself (config_text.h).
     bool leadBytes_ = true;
-    // The records' resolved module paths.
-    std::forward_list<std::string> resolvedPaths_;
+    // What the requested sections added to their records; a deque, so a
+    // section's entry stays where it is while others are added.
+    std::deque<SectionModule> sectionModules_;
     std::recursive_mutex* ownerLock_ = nullptr;
     // The module of each creation under way, once per creation. Few run at
     // once; the vector keeps its capacity, so a request allocates nothing.

@@ -303,7 +303,7 @@ void CComponentClassInfoList::ApplyKey(ConfigKey key, const char* value, Section
         break;
     case ConfigKey::Dll:
         // The value stays where it is, in the text the catalog keeps.
-        record->dll = value;
+        record->dll = static_cast<uint32_t>(value - text.get());
         break;
     case ConfigKey::NotUseDefaultDllPath:
         record->notUseDefaultDllPath = value[0] == '1' ? 1 : 0;

@@ -89,8 +89,7 @@ IComponent* CComponentClassInfoList::CreateComponentFromDll(ComponentId componen
         dllListScanned = 1;
     }
     if (ComponentClassInfo* record = FindConfigRecord(componentId)) {
-        LoadConfigDll(*record);
-        return CreateFromConfigDll(*record, componentId);
+        return CreateFromConfigDll(LoadConfigDll(*record), componentId);
     }
     if (hasDllList != 0) return CreateFromDllList(componentId);
     if (defaultDllModule != Platform::InvalidModule()) return CreateFromDefaultDll(componentId);
@@ -103,42 +102,53 @@ ComponentClassInfo* CComponentClassInfoList::FindConfigRecord(ComponentId compon
     return found != configRecords.end() ? &found->second : nullptr;
 }
 
-void CComponentClassInfoList::LoadConfigDll(ComponentClassInfo& record)
+const char* CComponentClassInfoList::DllOf(const ComponentClassInfo& record) const
+{
+    return record.dll != 0 ? text.get() + record.dll : "";
+}
+
+SectionModule& CComponentClassInfoList::LoadConfigDll(ComponentClassInfo& record)
 {
     if (record.pathResolved == 0) ResolveConfigDllPath(record);
-    if (record.module != nullptr) return;
-    record.module = Platform::LoadModule(record.fullPath);
-    if (record.module == nullptr) {
-        OutputDebugLine("[Orvik_Error] LoadLibrary Fail(%s). ErrorCode(%d)\n", record.fullPath,
+    SectionModule& section = sectionModules_[record.pathResolved - 1];
+    if (section.module != nullptr) return section;
+    section.module = Platform::LoadModule(section.fullPath.c_str());
+    if (section.module == nullptr) {
+        OutputDebugLine("[Orvik_Error] LoadLibrary Fail(%s). ErrorCode(%d)\n", section.fullPath.c_str(),
                         static_cast<int>(Platform::GetLastErrorCode()));
     }
+    return section;
 }
 
 void CComponentClassInfoList::ResolveConfigDllPath(ComponentClassInfo& record)
 {
-    char path[Platform::kMaxPath] = {};
-    if (!IsRelativePath(record.dll)) {
-        CopyString(path, sizeof path, record.dll);
-    } else if (record.notUseDefaultDllPath != 0) {
-        JoinToProfileDirectory(configFilePath, record.dll, path, sizeof path);
-    } else {
-        JoinPath(dllPath, record.dll, path, sizeof path);
-    }
-    // Resolved once per record, so kept once per record.
-    resolvedPaths_.emplace_front(path);
-    record.fullPath = resolvedPaths_.front().c_str();
-    record.pathResolved = 1;
+    sectionModules_.push_back(SectionModule{nullptr, ConfigDllPath(record)});
+    record.pathResolved = static_cast<uint32_t>(sectionModules_.size());
 }
 
-IComponent* CComponentClassInfoList::CreateFromConfigDll(ComponentClassInfo& record, ComponentId componentId)
+std::string CComponentClassInfoList::ConfigDllPath(const ComponentClassInfo& record) const
 {
-    if (record.module == nullptr) return nullptr;
-    IntroduceCatalog(record.module, registryPath);
-    if (auto createComponent = FindModuleExport<Exports::CreateComponent>(record.module)) {
-        return CallCreateComponent(createComponent, record.module, componentId);
+    const char* const dll = DllOf(record);
+    char path[Platform::kMaxPath] = {};
+    if (!IsRelativePath(dll)) {
+        CopyString(path, sizeof path, dll);
+    } else if (record.notUseDefaultDllPath != 0) {
+        JoinToProfileDirectory(configFilePath, dll, path, sizeof path);
+    } else {
+        JoinPath(dllPath, dll, path, sizeof path);
+    }
+    return path;
+}
+
+IComponent* CComponentClassInfoList::CreateFromConfigDll(SectionModule& section, ComponentId componentId)
+{
+    if (section.module == nullptr) return nullptr;
+    IntroduceCatalog(section.module, registryPath);
+    if (auto createComponent = FindModuleExport<Exports::CreateComponent>(section.module)) {
+        return CallCreateComponent(createComponent, section.module, componentId);
     }
     OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");
-    OutputDebugLine("[Orvik_Error] DLL:%s\n", record.fullPath);
+    OutputDebugLine("[Orvik_Error] DLL:%s\n", section.fullPath.c_str());
     return nullptr;
 }
 
@@ -218,11 +228,11 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
         dllListModules.remove_if([module](const Platform::UniqueModule& held) { return held.get() == module; });
         released = dllListModules.size() != before;
     }
-    for (auto& entry : configRecords) {
-        if (entry.second.module != module) continue;
-        // Records are plain values in a sorted array: the catalog drops a
-        // section's reference itself, by adopting it into an owner here.
-        Platform::UniqueModule(std::exchange(entry.second.module, nullptr)).reset();
+    for (SectionModule& section : sectionModules_) {
+        if (section.module != module) continue;
+        // Sections hold plain handles: the catalog drops a section's
+        // reference itself, by adopting it into an owner here.
+        Platform::UniqueModule(std::exchange(section.module, nullptr)).reset();
         released = true;
     }
     // The module may have left memory with that reference, also when nobody

@@ -36,6 +36,13 @@ public:
 
     void ScanDllList() { catalog_.ScanDllList(); }
     void ResolveConfigDllPath(ComponentClassInfo& record) { catalog_.ResolveConfigDllPath(record); }
+    const char* Dll(const ComponentClassInfo& record) const { return catalog_.DllOf(record); }
+    // What requests added to the id's record; null until its path was resolved.
+    const SectionModule* Section(ComponentId id) const
+    {
+        const uint32_t slot = catalog_.configRecords.at(id).pathResolved;
+        return slot != 0 ? &catalog_.sectionModules_.at(slot - 1) : nullptr;
+    }
 
 private:
     static std::list<Platform::ModuleHandle> Handles(const std::list<Platform::UniqueModule>& owners)

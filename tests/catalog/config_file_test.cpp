@@ -52,7 +52,8 @@ std::string Summary(const Catalog& c)
 {
     std::string text = "default" + LogMasks(Inspect(c).defaultDebugOutputMask, Inspect(c).defaultLogFileMask);
     for (const auto& [id, r] : Inspect(c).configRecords) {
-        text += "; " + std::to_string(id) + (r.dll[0] != '\0' ? ":" + std::string(r.dll) : "");
+        const char* const dll = Inspect(c).Dll(r);
+        text += "; " + std::to_string(id) + (dll[0] != '\0' ? ":" + std::string(dll) : "");
         if (r.notUseDefaultDllPath != 0) text += " nodefault";
         text += LogMasks(r.debugOutputMask, r.logFileMask, r.hasLogSetting);
     }

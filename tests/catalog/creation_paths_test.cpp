@@ -82,9 +82,9 @@ TEST_F(CatalogCreation, SectionPathsResolveByTheirKind)
     auto& catalog = Load("[50]\ndll=" + Program("cat_nocreate.dll") +
                          "\n[51]\nnotusedefaultdllpath=1\ndll=cat_nocreate.dll\n[52]\ndll=sub\\x.dll\n");
     for (ComponentId id : {50, 51, 52}) Inspect(catalog).ResolveConfigDllPath(Inspect(catalog).configRecords.at(id));
-    EXPECT_EQ(Program("cat_nocreate.dll"), Inspect(catalog).configRecords.at(50).fullPath);
-    EXPECT_EQ(scratch_.Framework("cat_nocreate.dll"), Inspect(catalog).configRecords.at(51).fullPath);
-    EXPECT_EQ(Program("sub\\x.dll"), Inspect(catalog).configRecords.at(52).fullPath);
+    EXPECT_EQ(Program("cat_nocreate.dll"), Inspect(catalog).Section(50)->fullPath);
+    EXPECT_EQ(scratch_.Framework("cat_nocreate.dll"), Inspect(catalog).Section(51)->fullPath);
+    EXPECT_EQ(Program("sub\\x.dll"), Inspect(catalog).Section(52)->fullPath);
 }
 
 TEST_F(CatalogCreation, DefaultModuleNeedsOnlyCreateComponent)
@@ -137,13 +137,15 @@ TEST_F(CatalogModuleRecords, SectionModulesAreToldEveryTimeAndFreedForEverySecti
     catalog.FreeModule(Loaded("cat_counter.dll"));
     EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
     for (ComponentId id : {1000, 1001}) {
-        EXPECT_EQ(nullptr, Inspect(catalog).configRecords.at(id).module);
-        EXPECT_EQ(1, Inspect(catalog).configRecords.at(id).pathResolved);
+        const SectionModule* section = Inspect(catalog).Section(id);
+        ASSERT_NE(nullptr, section);
+        EXPECT_EQ(nullptr, section->module);
+        EXPECT_FALSE(section->fullPath.empty());
     }
     ASSERT_NE(nullptr, Create(1001));
     counts = CountsOf("cat_counter.dll");
     EXPECT_EQ(1, counts.createCalls);
-    catalog.FreeModule(Inspect(catalog).configRecords.at(1001).module);
+    catalog.FreeModule(Inspect(catalog).Section(1001)->module);
 }
 
 TEST_F(CatalogModuleRecords, ForgottenModuleIsLoadedAgainAndListedOnceMore)

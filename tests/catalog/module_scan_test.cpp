@@ -45,7 +45,7 @@ TEST_F(CatalogScan, FirstRequestScansEveryModuleEvenForASectionIdButTheFactoryNe
     ASSERT_NE(nullptr, thirty);
     EXPECT_EQ(kSecondTag, Probe(thirty)->ModuleTag());
     thirty->Release(0);
-    catalog.FreeModule(Inspect(catalog).configRecords.at(1000).module);
+    catalog.FreeModule(Inspect(catalog).Section(1000)->module);
 }
 
 // Scans the catalog again while the re-entrant module loads, as a module
