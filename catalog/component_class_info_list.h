@@ -31,6 +31,10 @@
 
 namespace Orvik {
 
+namespace ConfigText {
+struct LineMarks;
+}
+
 // The record of one component id from its numbered section, as the file
 // gives it. A file may hold hundreds of thousands, so a record takes 12
 // bytes: the module's name is an offset into the text the catalog keeps,
@@ -161,12 +165,13 @@ private:
     // The parser's steps.
     void ReadConfigText(const char* path);
     // The next line, terminated in place; length receives its length as
-    // text (a zero byte inside the line ends its text).
-    char* GetNextLine(size_t* length = nullptr);
+    // text (a zero byte inside the line ends its text), marks where its
+    // text holds the first '=' and '['.
+    char* GetNextLine(size_t* length = nullptr, ConfigText::LineMarks* marks = nullptr);
     // The recognised key, or ConfigKey::None. A key's value is left in the
     // line, cut and trimmed in place, and value points to it.
-    ConfigKey ParseLine(char* line, size_t length, const char** value, ComponentId* componentId,
-                        SectionKind* sectionKind);
+    ConfigKey ParseLine(char* line, size_t length, const ConfigText::LineMarks& marks, const char** value,
+                        ComponentId* componentId, SectionKind* sectionKind);
     // open is the line's first '[', which lower-casing leaves in place.
     void ParseSection(char* line, size_t length, char* open, ComponentId* componentId, SectionKind* sectionKind);
     // equals is the line's first '=', end its end.

@@ -115,10 +115,11 @@ uint32_t CComponentClassInfoList::LoadConfigFile(const char* registryName, const
     // section then continues this record.
     ComponentClassInfo record{};
     size_t length = 0;
-    while (char* line = GetNextLine(&length)) {
+    ConfigText::LineMarks marks{};
+    while (char* line = GetNextLine(&length, &marks)) {
         parsedLine = line;
         const char* value = "";
-        const ConfigKey key = ParseLine(line, length, &value, &componentId, &sectionKind);
+        const ConfigKey key = ParseLine(line, length, marks, &value, &componentId, &sectionKind);
         if (previousId != componentId) {
             if (previousId != 0) {
                 configRecords.Append(previousId, record);
@@ -167,7 +168,7 @@ void CComponentClassInfoList::ReadConfigText(const char* path)
     }
 }
 
-char* CComponentClassInfoList::GetNextLine(size_t* length)
+char* CComponentClassInfoList::GetNextLine(size_t* length, ConfigText::LineMarks* marks)
 {
     if (!text || cursor == nullptr) return nullptr;
     char* const end = text.get() + textSize;
@@ -176,25 +177,28 @@ char* CComponentClassInfoList::GetNextLine(size_t* length)
     // A zero byte inside the text ends no line, only the line's text.
     size_t textLength = 0;
     char* next = ConfigText::ScanLine(line, end, &textLength);
+    // Bytes are sifted before the line is terminated: reading them right
+    // after a byte among them was written would wait for the write. The
+    // platform's multibyte search needs the terminator.
+    if (marks != nullptr && !leadBytes_) *marks = ConfigText::FindLineMarks(line, textLength, end + 1, false);
     if (next < end) {
         *next++ = '\0';
         while (next < end && (*next == '\r' || *next == '\n')) ++next;
     }
+    if (marks != nullptr && leadBytes_) *marks = ConfigText::FindLineMarks(line, textLength, end + 1, true);
     cursor = next;
     if (length != nullptr) *length = textLength;
     return line;
 }
 
-ConfigKey CComponentClassInfoList::ParseLine(char* line, size_t length, const char** value,
-                                             ComponentId* componentId, SectionKind* sectionKind)
+ConfigKey CComponentClassInfoList::ParseLine(char* line, size_t length, const ConfigText::LineMarks& marks,
+                                             const char** value, ComponentId* componentId, SectionKind* sectionKind)
 {
     // '#' marks no comment: lines of blanks and '#' hold neither '=' nor
     // '[' and fall through like any other text.
-    if (char* equals = ConfigText::Find(line, length, '=', leadBytes_)) {
-        return ParseKeyValue(line, equals, line + length, value);
-    }
-    if (char* open = ConfigText::Find(line, length, '[', leadBytes_)) {
-        ParseSection(line, length, open, componentId, sectionKind);
+    if (marks.equals != nullptr) return ParseKeyValue(line, marks.equals, line + length, value);
+    if (marks.open != nullptr) {
+        ParseSection(line, length, marks.open, componentId, sectionKind);
     } else {
         NoteIgnoredLine(IgnoredLine::NoKeyOrSection);
     }

@@ -37,6 +37,45 @@ inline char* Find(char* text, size_t length, char c, bool leadBytes)
     return found != nullptr && *found == c ? found : nullptr;
 }
 
+// Where a line's kind shows: its first '=' (a key line) or, in a line
+// without one, its first '[' (a section header); either null when absent.
+struct LineMarks {
+    char* equals;
+    char* open;
+};
+
+// The marks of text (length bytes before its terminator). Without lead
+// bytes both are sought in one pass, sixteen bytes at a time where the
+// processor compares them at once; limit is the end of the buffer text lies
+// in, which no read passes.
+inline LineMarks FindLineMarks(char* text, size_t length, const char* limit, bool leadBytes)
+{
+    if (leadBytes) {
+        if (char* equals = Find(text, length, '=', true)) return LineMarks{equals, nullptr};
+        return LineMarks{nullptr, Find(text, length, '[', true)};
+    }
+    LineMarks marks{nullptr, nullptr};
+    char* p = text;
+    char* const end = text + length;
+#if defined(__SSE2__)
+    const __m128i equalsSigns = _mm_set1_epi8('='), opens = _mm_set1_epi8('[');
+    for (; p < end && limit - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const unsigned inText = end - p >= 16 ? 0xFFFFu : (1u << (end - p)) - 1;
+        if (const unsigned equals = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, equalsSigns))) & inText) {
+            return LineMarks{p + __builtin_ctz(equals), nullptr};
+        }
+        const unsigned open = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, opens))) & inText;
+        if (marks.open == nullptr && open != 0) marks.open = p + __builtin_ctz(open);
+    }
+#endif
+    for (; p < end; ++p) {
+        if (*p == '=') return LineMarks{p, nullptr};
+        if (*p == '[' && marks.open == nullptr) marks.open = p;
+    }
+    return marks;
+}
+
 inline bool Contains(const char* text, const char* part, bool leadBytes)
 {
     return (leadBytes ? Platform::FindSubstring(text, part) : std::strstr(text, part)) != nullptr;
