@@ -1,6 +1,7 @@
 // Reading and parsing a catalog's configuration file: settings of the
 // catalog and the records of the numbered sections.
 
+#include <array>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -32,12 +33,36 @@ constexpr uint32_t kAllLogBits = LOG_E | LOG_T | LOG_V | LOG_D | LOG_W | LOG_C;
 // Bytes of text per section that the records are first given room for.
 constexpr uint32_t kSectionSpacing = 32;
 
-// Compared in this order, without regard to case ("MaxFileCount" and
-// "MaxFileSize" as the file format names them); the index is the ConfigKey.
+// Matched without regard to case ("MaxFileCount" and "MaxFileSize" as the
+// file format names them); the index is the ConfigKey.
 constexpr std::string_view kKeys[] = {
     "outputdebugstring", "writetologfile", "dllpath",      "dll",         "notusedefaultdllpath",
     "defaultdll",        "dlls",           "preload",      "maxfilecount", "maxfilesize",
 };
+constexpr size_t kLongestKey = 20;
+
+// The keys of each length, at most two ("dllpath" and "preload" share one),
+// so that a line's key is compared with those that can be it.
+struct KeysOfLength {
+    int8_t index[2] = {-1, -1};
+};
+constexpr std::array<KeysOfLength, kLongestKey + 1> kKeysByLength = [] {
+    std::array<KeysOfLength, kLongestKey + 1> byLength{};
+    for (size_t i = 0; i < std::size(kKeys); ++i) {
+        KeysOfLength& keys = byLength[kKeys[i].size()];
+        keys.index[keys.index[0] < 0 ? 0 : 1] = static_cast<int8_t>(i);
+    }
+    return byLength;
+}();
+
+ConfigKey FindKey(const char* key, size_t length)
+{
+    if (length > kLongestKey) return ConfigKey::None;
+    for (const int8_t index : kKeysByLength[length].index) {
+        if (index >= 0 && ConfigText::SameKey(key, length, kKeys[index])) return static_cast<ConfigKey>(index);
+    }
+    return ConfigKey::None;
+}
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 bool IsBlankOrQuote(char c) { return c == ' ' || c == '\t' || c == '"'; }
@@ -176,16 +201,25 @@ char* CComponentClassInfoList::GetNextLine(size_t* length, ConfigText::LineMarks
     char* const line = cursor;
     // A zero byte inside the text ends no line, only the line's text.
     size_t textLength = 0;
-    char* next = ConfigText::ScanLine(line, end, &textLength);
-    // Bytes are sifted before the line is terminated: reading them right
-    // after a byte among them was written would wait for the write. The
-    // platform's multibyte search needs the terminator.
-    if (marks != nullptr && !leadBytes_) *marks = ConfigText::FindLineMarks(line, textLength, end + 1, false);
+    // Sifted before the line is terminated: reading bytes right after one
+    // among them was written would wait for the write.
+    ConfigText::LineMarks byteMarks{};
+    char* next = ConfigText::ScanLine(line, end, &textLength, &byteMarks);
     if (next < end) {
         *next++ = '\0';
         while (next < end && (*next == '\r' || *next == '\n')) ++next;
     }
-    if (marks != nullptr && leadBytes_) *marks = ConfigText::FindLineMarks(line, textLength, end + 1, true);
+    if (marks != nullptr) {
+        // Under a code page with lead bytes a mark is a character of its
+        // own, which the platform finds in the terminated line.
+        if (!leadBytes_) {
+            *marks = byteMarks;
+        } else if (char* equals = ConfigText::Find(line, textLength, '=', true)) {
+            *marks = ConfigText::LineMarks{equals, nullptr};
+        } else {
+            *marks = ConfigText::LineMarks{nullptr, ConfigText::Find(line, textLength, '[', true)};
+        }
+    }
     cursor = next;
     if (length != nullptr) *length = textLength;
     return line;
@@ -241,10 +275,7 @@ ConfigKey CComponentClassInfoList::ParseKeyValue(char* line, char* equals, char*
     // An empty key, as in "=x", matches none.
     size_t keyLength = 0;
     const char* const key = Trim(line, equals, IsBlank, &keyLength);
-    ConfigKey found = ConfigKey::None;
-    for (size_t i = 0; i < std::size(kKeys) && found == ConfigKey::None; ++i) {
-        if (ConfigText::SameKey(key, keyLength, kKeys[i])) found = static_cast<ConfigKey>(i);
-    }
+    const ConfigKey found = FindKey(key, keyLength);
     // A value that does not fit is refused with its line: a cut path or
     // list would name something else than the file says.
     size_t valueLength = 0;

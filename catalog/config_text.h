@@ -37,45 +37,6 @@ inline char* Find(char* text, size_t length, char c, bool leadBytes)
     return found != nullptr && *found == c ? found : nullptr;
 }
 
-// Where a line's kind shows: its first '=' (a key line) or, in a line
-// without one, its first '[' (a section header); either null when absent.
-struct LineMarks {
-    char* equals;
-    char* open;
-};
-
-// The marks of text (length bytes before its terminator). Without lead
-// bytes both are sought in one pass, sixteen bytes at a time where the
-// processor compares them at once; limit is the end of the buffer text lies
-// in, which no read passes.
-inline LineMarks FindLineMarks(char* text, size_t length, const char* limit, bool leadBytes)
-{
-    if (leadBytes) {
-        if (char* equals = Find(text, length, '=', true)) return LineMarks{equals, nullptr};
-        return LineMarks{nullptr, Find(text, length, '[', true)};
-    }
-    LineMarks marks{nullptr, nullptr};
-    char* p = text;
-    char* const end = text + length;
-#if defined(__SSE2__)
-    const __m128i equalsSigns = _mm_set1_epi8('='), opens = _mm_set1_epi8('[');
-    for (; p < end && limit - p >= 16; p += 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const unsigned inText = end - p >= 16 ? 0xFFFFu : (1u << (end - p)) - 1;
-        if (const unsigned equals = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, equalsSigns))) & inText) {
-            return LineMarks{p + __builtin_ctz(equals), nullptr};
-        }
-        const unsigned open = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, opens))) & inText;
-        if (marks.open == nullptr && open != 0) marks.open = p + __builtin_ctz(open);
-    }
-#endif
-    for (; p < end; ++p) {
-        if (*p == '=') return LineMarks{p, nullptr};
-        if (*p == '[' && marks.open == nullptr) marks.open = p;
-    }
-    return marks;
-}
-
 inline bool Contains(const char* text, const char* part, bool leadBytes)
 {
     return (leadBytes ? Platform::FindSubstring(text, part) : std::strstr(text, part)) != nullptr;
@@ -115,36 +76,42 @@ inline bool SameKey(const char* key, size_t length, std::string_view lowerName)
     return true;
 }
 
-// The high bit of each byte of word that equals byte, and no other bit.
-inline uint64_t BytesEqual(uint64_t word, unsigned char byte)
-{
-    constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
-    const uint64_t x = word ^ (0x0101010101010101ull * byte);
-    return ~(((x & kLow7) + kLow7) | x | kLow7);
-}
-
-// The byte of the lowest bit set in mask among the eight bytes at p (words
-// are read little-endian, as on every target of the framework).
-inline char* FirstMarked(char* p, uint64_t mask) { return p + (__builtin_ctzll(mask) >> 3); }
+// Where a line's kind shows: its first '=' (a key line) or, in a line
+// without one, its first '[' (a section header); each null when its text
+// lacks it. open means nothing when equals is set.
+struct LineMarks {
+    char* equals;
+    char* open;
+};
 
 // The end of the line at line: its first CR or LF before end, or end;
 // length receives the length of its text, which a zero byte inside the line
-// ends sooner. Sixteen bytes at a time where the processor compares them at
-// once, else eight, the bytes sought found from masks.
-inline char* ScanLine(char* const line, char* const end, size_t* length)
+// ends sooner, and marks the marks of that text as bytes. One pass: sixteen
+// bytes at a time where the processor compares them at once.
+inline char* ScanLine(char* const line, char* const end, size_t* length, LineMarks* marks)
 {
+    *marks = LineMarks{nullptr, nullptr};
     char* textEnd = nullptr;
     char* p = line;
 #if defined(__SSE2__)
     const __m128i returns = _mm_set1_epi8('\r'), feeds = _mm_set1_epi8('\n'), zeros = _mm_setzero_si128();
+    const __m128i equalsSigns = _mm_set1_epi8('='), opens = _mm_set1_epi8('[');
+    const auto found = [](__m128i matches) { return static_cast<unsigned>(_mm_movemask_epi8(matches)); };
     for (; end - p >= 16; p += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const unsigned breaks = static_cast<unsigned>(
-            _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(bytes, returns), _mm_cmpeq_epi8(bytes, feeds))));
+        const unsigned breaks = found(_mm_or_si128(_mm_cmpeq_epi8(bytes, returns), _mm_cmpeq_epi8(bytes, feeds)));
         if (textEnd == nullptr) {
-            const unsigned zero = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zeros))) &
-                                  (breaks != 0 ? (breaks & (~breaks + 1)) - 1 : ~0u);
-            if (zero != 0) textEnd = p + __builtin_ctz(zero);
+            const unsigned stops = breaks | found(_mm_cmpeq_epi8(bytes, zeros));
+            const unsigned inText = stops != 0 ? (stops & (~stops + 1)) - 1 : 0xFFFFu;
+            if (marks->equals == nullptr) {
+                if (const unsigned equals = found(_mm_cmpeq_epi8(bytes, equalsSigns)) & inText) {
+                    marks->equals = p + __builtin_ctz(equals);
+                } else if (marks->open == nullptr) {
+                    const unsigned open = found(_mm_cmpeq_epi8(bytes, opens)) & inText;
+                    if (open != 0) marks->open = p + __builtin_ctz(open);
+                }
+            }
+            if (stops != 0) textEnd = p + __builtin_ctz(stops);
         }
         if (breaks != 0) {
             p += __builtin_ctz(breaks);
@@ -153,23 +120,11 @@ inline char* ScanLine(char* const line, char* const end, size_t* length)
         }
     }
 #endif
-    for (; end - p >= 8; p += 8) {
-        uint64_t word;
-        std::memcpy(&word, p, sizeof word);
-        const uint64_t breaks = BytesEqual(word, '\r') | BytesEqual(word, '\n');
-        if (textEnd == nullptr) {
-            // Zeros after the line's end are the next line's.
-            const uint64_t beforeBreak = breaks != 0 ? (breaks & (~breaks + 1)) - 1 : ~uint64_t{0};
-            if (const uint64_t zeros = BytesEqual(word, 0) & beforeBreak) textEnd = FirstMarked(p, zeros);
-        }
-        if (breaks != 0) {
-            p = FirstMarked(p, breaks);
-            *length = static_cast<size_t>((textEnd != nullptr ? textEnd : p) - line);
-            return p;
-        }
-    }
     for (; p < end && *p != '\r' && *p != '\n'; ++p) {
-        if (*p == '\0' && textEnd == nullptr) textEnd = p;
+        if (textEnd != nullptr) continue;
+        if (*p == '\0') textEnd = p;
+        if (*p == '=' && marks->equals == nullptr) marks->equals = p;
+        if (*p == '[' && marks->open == nullptr) marks->open = p;
     }
     *length = static_cast<size_t>((textEnd != nullptr ? textEnd : p) - line);
     return p;

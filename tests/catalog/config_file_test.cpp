@@ -73,6 +73,11 @@ const std::pair<std::string, std::string> kOrderAndZeroCases[] = {
      "default; 50; 100 log=0/1; 200; 300:d.dll"},
     {Bytes("[100]\ndll=a.dll\0b.dll\n[200\0]\n[300]\n[7\0]\ndll\0=x.dll\n[8]\nwritetologfile=\0E\n"),
      "default; 8 log=0/0; 100:a.dll; 300"},
+    // Marks and zero bytes far into long lines, where lines are sifted sixteen bytes at a time.
+    {Bytes("[100]\n                    dll  =  \"far.dll\"\n[200]                 ]\n    x   [300]\n"
+           "          y  \0 = z.dll\n[400]\n long text without a mark, then [500]\n[600]\n[700]           xx=1\n") +
+         std::string(40, '#'),
+     "default; 100:far.dll; 200; 300; 400; 500; 600"},
 };
 
 void ExpectDefaults(const Catalog& c)
