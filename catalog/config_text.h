@@ -54,26 +54,36 @@ inline void LowerCase(char* text, size_t length, bool leadBytes)
     }
 }
 
+// The n bytes (1, 2, 4 or 8) at key + at are those at lowerName + at once
+// bit 5 of each is set.
+template <size_t n>
+inline bool SameWord(const char* key, const char* lowerName, size_t at)
+{
+    uint64_t keyWord = 0, nameWord = 0;
+    std::memcpy(&keyWord, key + at, n);
+    std::memcpy(&nameWord, lowerName + at, n);
+    return (keyWord | (0x2020202020202020ull >> (64 - 8 * n))) == nameWord;
+}
+
 // key (length bytes) is lowerName ignoring the case of A-Z. lowerName is
 // lower-case ASCII letters only, so under any code page a key with a lead
 // byte differs from it, and setting bit 5 of a key byte gives lowerName's
-// byte exactly when the key byte is that letter in either case. Eight bytes
-// are compared at a time.
+// byte exactly when the key byte is that letter in either case. Compared in
+// two words that overlap as much as the length asks (longer keys eight
+// bytes at a time before), so that no loop runs byte by byte.
 inline bool SameKey(const char* key, size_t length, std::string_view lowerName)
 {
     if (length != lowerName.size()) return false;
-    constexpr uint64_t kCaseBits = 0x2020202020202020ull;
-    size_t i = 0;
-    for (; i + 8 <= length; i += 8) {
-        uint64_t keyWord, nameWord;
-        std::memcpy(&keyWord, key + i, 8);
-        std::memcpy(&nameWord, lowerName.data() + i, 8);
-        if ((keyWord | kCaseBits) != nameWord) return false;
+    const char* const name = lowerName.data();
+    if (length >= 8) {
+        for (size_t at = 0; at + 8 < length; at += 8) {
+            if (!SameWord<8>(key, name, at)) return false;
+        }
+        return SameWord<8>(key, name, length - 8);
     }
-    for (; i < length; ++i) {
-        if ((key[i] | 0x20) != lowerName[i]) return false;
-    }
-    return true;
+    if (length >= 4) return SameWord<4>(key, name, 0) && SameWord<4>(key, name, length - 4);
+    if (length >= 2) return SameWord<2>(key, name, 0) && SameWord<2>(key, name, length - 2);
+    return length == 0 || SameWord<1>(key, name, 0);
 }
 
 // Where a line's kind shows: its first '=' (a key line) or, in a line
