@@ -39,33 +39,39 @@ void Finish(benchmark::State& state, const World& world, size_t linesBefore, int
     }
 }
 
-// Each request is compared with its floor timed right after it, for as
-// many operations, so that both see the machine alike: on a shared machine
-// the speed of a core drifts between benchmarks further apart.
+// Each request is compared with its floor, timed in turns with it: a batch
+// of requests, then as many operations of the floor, and so on. On a shared
+// machine the speed of a core drifts within a second, so a floor timed even
+// right after all the requests may see another machine than they did.
 enum class Floor { None, InModule, CrossModule, CrossModuleAndLookups };
 
-// Processor seconds per operation of the floor; NaN when it answered wrong.
-double TimeFloor(World& world, Floor floor, int64_t operations)
+// Operations per batch: enough for the processor clock's microseconds to
+// time the fastest request to a few per cent.
+constexpr int64_t kBatch = 4096;
+
+double SecondsSince(std::clock_t start) { return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC; }
+
+// Processor seconds for a batch of the floor; NaN when it answered wrong.
+double TimeFloorBatch(World& world, Floor floor)
 {
     IBenchClient* client = world.client();
     const Platform::ModuleHandle module = world.sectionModule();
     int64_t wrong = 0;
-    int32_t x = 0;
     const std::clock_t start = std::clock();
-    for (int64_t i = 0; i < operations; ++i) {
+    for (int32_t x = 0; x < kBatch; ++x) {
         if (floor == Floor::InModule) {
             wrong += client->InModuleFloor(x) != x + kClientTag;
         } else {
             wrong += client->CrossModuleFloor(x) != x + kScannedTag;
             if (floor == Floor::CrossModuleAndLookups) wrong += client->ExportLookups(module) != 3;
         }
-        x = (x + 1) & 0xFFFF;
     }
-    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-    return wrong == 0 && operations > 0 ? seconds / static_cast<double>(operations) : NAN;
+    const double seconds = SecondsSince(start);
+    return wrong == 0 ? seconds : NAN;
 }
 
-void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag, Crowding crowding, Floor floor)
+// A floor on its own: the time per operation.
+void MeasureFloor(benchmark::State& state, Operation operation, int32_t tag, Crowding crowding)
 {
     World* world = Prepare(state, crowding);
     if (world == nullptr) return;
@@ -77,12 +83,31 @@ void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag,
         wrong += (client->*operation)(x) != x + tag;
         x = (x + 1) & 0xFFFF;
     }
-    const double floorSeconds = floor != Floor::None ? TimeFloor(*world, floor, state.iterations()) : 0;
+    Finish(state, *world, lines, wrong);
+}
+
+// A request against its floor: the time of a batch of requests, and the
+// counter kFloorSeconds the time of a batch of the floor.
+void MeasureOperation(benchmark::State& state, Operation operation, int32_t tag, Crowding crowding, Floor floor)
+{
+    World* world = Prepare(state, crowding);
+    if (world == nullptr) return;
+    IBenchClient* client = world->client();
+    const size_t lines = world->debugLines();
+    int64_t wrong = 0;
+    double floorSeconds = 0;
+    for (auto _ : state) {
+        const std::clock_t start = std::clock();
+        for (int32_t x = 0; x < kBatch; ++x) wrong += (client->*operation)(x) != x + tag;
+        state.SetIterationTime(SecondsSince(start));
+        floorSeconds += TimeFloorBatch(*world, floor);
+    }
     if (std::isnan(floorSeconds)) {
         state.SkipWithError("the floor's answers came from the wrong module or none");
         return;
     }
-    if (floor != Floor::None) state.counters[kFloorSeconds] = floorSeconds;
+    state.counters[kFloorSeconds] = benchmark::Counter(floorSeconds, benchmark::Counter::kAvgIterations);
+    state.SetItemsProcessed(state.iterations() * kBatch);
     Finish(state, *world, lines, wrong);
 }
 
@@ -92,6 +117,7 @@ void MeasureRegistered(benchmark::State& state, Operation operation, Crowding cr
     World* world = Prepare(state, crowding);
     if (world == nullptr) return;
     MeasureOperation(state, operation, kSharedTag, crowding, Floor::InModule);
+    if (state.error_occurred()) return;
     IOrvikComponentFactory* factory = world->factory();
     if (factory->CreateComponentByID(kSharedId, nullptr) != world->sharedInstance() ||
         factory->IsRegisteredInstance(world->sharedInstance()) != 1) {
@@ -111,14 +137,21 @@ void MeasureLookups(benchmark::State& state, Crowding crowding)
     Finish(state, *world, lines, wrong);
 }
 
+void AddFloor(const char* base, Operation operation, int32_t tag)
+{
+    benchmark::RegisterBenchmark(NameAt(base, kQuiet).c_str(), MeasureFloor, operation, tag, kQuiet);
+}
+
 void AddOperation(const char* base, Operation operation, int32_t tag, Crowding crowding, Floor floor)
 {
-    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureOperation, operation, tag, crowding, floor);
+    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureOperation, operation, tag, crowding, floor)
+        ->UseManualTime();
 }
 
 void AddRegistered(const char* base, Operation operation, Crowding crowding)
 {
-    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureRegistered, operation, crowding);
+    benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureRegistered, operation, crowding)
+        ->UseManualTime();
 }
 
 void AddLookups(Crowding crowding)
@@ -131,8 +164,8 @@ void AddLookups(Crowding crowding)
 // Registered in the order they run: the process only grows more crowded.
 void RegisterRequestBenchmarks()
 {
-    AddOperation(kInModuleFloor, &IBenchClient::InModuleFloor, kClientTag, kQuiet, Floor::None);
-    AddOperation(kCrossModuleFloor, &IBenchClient::CrossModuleFloor, kScannedTag, kQuiet, Floor::None);
+    AddFloor(kInModuleFloor, &IBenchClient::InModuleFloor, kClientTag);
+    AddFloor(kCrossModuleFloor, &IBenchClient::CrossModuleFloor, kScannedTag);
     AddLookups(kQuiet);
     AddOperation(kSectionPtr, &IBenchClient::SectionRequest, kSectionTag, kQuiet, Floor::CrossModuleAndLookups);
     AddOperation(kSectionDirect, &IBenchClient::SectionDirect, kSectionTag, kQuiet, Floor::CrossModuleAndLookups);

@@ -167,7 +167,7 @@ private:
     // The next line, terminated in place; length receives its length as
     // text (a zero byte inside the line ends its text), marks where its
     // text holds the first '=' and '['.
-    char* GetNextLine(size_t* length = nullptr, ConfigText::LineMarks* marks = nullptr);
+    char* GetNextLine(size_t* length, ConfigText::LineMarks* marks);
     // The recognised key, or ConfigKey::None. A key's value is left in the
     // line, cut and trimmed in place, and value points to it.
     ConfigKey ParseLine(char* line, size_t length, const ConfigText::LineMarks& marks, const char** value,

@@ -1,6 +1,7 @@
 // Reading and parsing a catalog's configuration file: settings of the
 // catalog and the records of the numbered sections.
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <iterator>
@@ -39,7 +40,11 @@ constexpr std::string_view kKeys[] = {
     "outputdebugstring", "writetologfile", "dllpath",      "dll",         "notusedefaultdllpath",
     "defaultdll",        "dlls",           "preload",      "maxfilecount", "maxfilesize",
 };
-constexpr size_t kLongestKey = 20;
+constexpr size_t kLongestKey = [] {
+    size_t longest = 0;
+    for (const std::string_view key : kKeys) longest = std::max(longest, key.size());
+    return longest;
+}();
 
 // The keys of each length, at most two ("dllpath" and "preload" share one),
 // so that a line's key is compared with those that can be it.
@@ -199,29 +204,22 @@ char* CComponentClassInfoList::GetNextLine(size_t* length, ConfigText::LineMarks
     char* const end = text.get() + textSize;
     if (cursor < text.get() || cursor >= end) return nullptr;
     char* const line = cursor;
-    // A zero byte inside the text ends no line, only the line's text.
-    size_t textLength = 0;
-    // Sifted before the line is terminated: reading bytes right after one
+    // A zero byte inside the text ends no line, only the line's text. The
+    // line is sifted before it is terminated: reading bytes right after one
     // among them was written would wait for the write.
-    ConfigText::LineMarks byteMarks{};
-    char* next = ConfigText::ScanLine(line, end, &textLength, &byteMarks);
+    char* next = ConfigText::ScanLine(line, end, length, marks);
     if (next < end) {
         *next++ = '\0';
         while (next < end && (*next == '\r' || *next == '\n')) ++next;
     }
-    if (marks != nullptr) {
-        // Under a code page with lead bytes a mark is a character of its
-        // own, which the platform finds in the terminated line.
-        if (!leadBytes_) {
-            *marks = byteMarks;
-        } else if (char* equals = ConfigText::Find(line, textLength, '=', true)) {
-            *marks = ConfigText::LineMarks{equals, nullptr};
-        } else {
-            *marks = ConfigText::LineMarks{nullptr, ConfigText::Find(line, textLength, '[', true)};
-        }
+    // Under a code page with lead bytes a mark is a character of its own,
+    // which the platform finds in the terminated line.
+    if (leadBytes_) {
+        char* const equals = ConfigText::Find(line, *length, '=', true);
+        char* const open = equals == nullptr ? ConfigText::Find(line, *length, '[', true) : nullptr;
+        *marks = ConfigText::LineMarks{equals, open};
     }
     cursor = next;
-    if (length != nullptr) *length = textLength;
     return line;
 }
 
