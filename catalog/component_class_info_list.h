@@ -166,8 +166,9 @@ private:
     void ReadConfigText(const char* path);
     // The next line, terminated in place; length receives its length as
     // text (a zero byte inside the line ends its text), marks where its
-    // text holds the first '=' and '['.
-    char* GetNextLine(size_t* length, ConfigText::LineMarks* marks);
+    // text holds the first '=' and '['. Inlined into the parse's loop, where
+    // a call would cost a tenth of the parse.
+    [[gnu::always_inline]] char* GetNextLine(size_t* length, ConfigText::LineMarks* marks);
     // The recognised key, or ConfigKey::None. A key's value is left in the
     // line, cut and trimmed in place, and value points to it.
     ConfigKey ParseLine(char* line, size_t length, const ConfigText::LineMarks& marks, const char** value,

@@ -198,7 +198,7 @@ void CComponentClassInfoList::ReadConfigText(const char* path)
     }
 }
 
-char* CComponentClassInfoList::GetNextLine(size_t* length, ConfigText::LineMarks* marks)
+inline char* CComponentClassInfoList::GetNextLine(size_t* length, ConfigText::LineMarks* marks)
 {
     if (!text || cursor == nullptr) return nullptr;
     char* const end = text.get() + textSize;
