@@ -1,6 +1,6 @@
 #pragma once
-// A FIFO for tests of what the platform layer refuses to read: files that
-// are not regular files. POSIX only.
+// Makes a FIFO, a file that is not a regular file, for tests of the file
+// readers: they must read it as missing and never wait on it. POSIX only.
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
