@@ -36,8 +36,17 @@ constexpr const char* kCatalogParse = "catalog/new-catalog-500KB";
 constexpr const char* kStartFactory = "start/factory-scan-50-modules";
 constexpr const char* kCatalogMemory = "catalog/peak-memory-20MB";
 
-// Counters: the floor's time per sample, the memory benchmark's figures.
+// Operations per batch of a request, its floor or its gauge: enough for the
+// processor clock's microseconds to time the fastest request to a few per
+// cent.
+constexpr int64_t kRequestBatch = 4096;
+
+// Counters: the floor's and the gauge's time per sample, the median ratio
+// of the work to its floor over the pairs of a process benchmark, the memory
+// benchmark's figures.
 constexpr const char* kFloorSeconds = "floor_seconds";
+constexpr const char* kGaugeSeconds = "gauge_seconds";
+constexpr const char* kPairRatio = "pair_ratio";
 constexpr const char* kPeakBytes = "peak_bytes";
 constexpr const char* kFileBytes = "file_bytes";
 

@@ -71,6 +71,7 @@ std::string World::SetUp()
     for (const std::string& failure :
          {Expect("in-module floor", client_->InModuleFloor(0), kClientTag),
           Expect("cross-module floor", client_->CrossModuleFloor(0), kScannedTag),
+          Expect("held call", client_->HeldCall(0), kScannedTag),
           Expect("export lookups", client_->ExportLookups(sectionModule()), 3),
           Expect("section request", client_->SectionRequest(0), kSectionTag),
           Expect("scanned request", client_->ScannedRequest(0), kScannedTag),

@@ -7,9 +7,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include "bench/bench_files.h"
 #include "bench/bench_names.h"
@@ -47,12 +49,24 @@ ChildSample RunChild(const std::string& arguments)
     return ChildSample{"", static_cast<double>(nanoseconds) * 1e-9, static_cast<double>(bytes)};
 }
 
+// The middle value; the mean of the two middle ones for an even count.
+double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
 // Two children per iteration, the work and its floor, in turns first; the
 // benchmark's time is the work child's own timing, the floor's the counter
-// kFloorSeconds.
+// kFloorSeconds, and the counter kPairRatio the median of work over floor
+// taken pair by pair. A core of a shared machine can change its speed by half
+// from one process to the next: a pair whose two children met different
+// speeds moves the sums, but hardly the median of the pairs.
 void MeasurePair(benchmark::State& state, const std::string& work, const std::string& floor, size_t bytesPerSample)
 {
     double floorSeconds = 0;
+    std::vector<double> pairRatios;
     bool floorFirst = true;
     for (auto _ : state) {
         ChildSample floorSample{}, workSample{};
@@ -67,8 +81,10 @@ void MeasurePair(benchmark::State& state, const std::string& work, const std::st
         }
         state.SetIterationTime(workSample.seconds);
         floorSeconds += floorSample.seconds;
+        pairRatios.push_back(workSample.seconds / floorSample.seconds);
     }
     state.counters[kFloorSeconds] = benchmark::Counter(floorSeconds, benchmark::Counter::kAvgIterations);
+    state.counters[kPairRatio] = Median(pairRatios);
     if (bytesPerSample != 0) {
         state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytesPerSample));
         state.counters[kFileBytes] = static_cast<double>(bytesPerSample);

@@ -71,6 +71,9 @@ public:
     // export, looked up once beforehand with SetCrossModuleCreator.
     virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
     virtual int32_t CrossModuleFloor(int32_t x) = 0;
+    // A call of a component of that module which the client holds (made
+    // with SetCrossModuleCreator): no request, nothing made or released.
+    virtual int32_t HeldCall(int32_t x) = 0;
     // The three lookups a request for a section module makes.
     virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;
 

@@ -54,6 +54,8 @@ public:
     {
         crossCreate_ = create;
         crossId_ = id;
+        if (held_ != nullptr) held_->Release(0);
+        held_ = static_cast<IBenchProbe*>(create(static_cast<int32_t>(id), kFactoryComponentId));
     }
     int32_t CrossModuleFloor(int32_t x) override
     {
@@ -65,6 +67,7 @@ public:
         probe->Release(0);
         return result;
     }
+    int32_t HeldCall(int32_t x) override { return held_ != nullptr ? held_->Work(x) : kNoComponent; }
     int32_t ExportLookups(Platform::ModuleHandle module) override
     {
         int32_t found = 0;
@@ -90,11 +93,16 @@ public:
         }
         return ModuleFactory();
     }
-    void Uninitialize() override {}
+    void Uninitialize() override
+    {
+        if (held_ != nullptr) held_->Release(0);
+        held_ = nullptr;
+    }
 
 private:
     Exports::CreateComponent::Function crossCreate_ = nullptr;
     ComponentId crossId_ = 0;
+    IBenchProbe* held_ = nullptr;
 };
 
 TComponentRegistrar<CBenchClient> clientRegistrar;
