@@ -80,12 +80,17 @@ ModuleHandle MainProgram()
     return mainProgram;
 }
 
-// A module the platform holds a reference to is loaded; any other handle is
-// looked for among all the loaded objects.
-bool NamesLoadedModule(ModuleHandle module)
+// A module this layer did not open may be loaded only as another's
+// dependency, which the loader searches only once it was opened by name: it
+// is opened by its path for the lookup and closed again. Keeping such a
+// module loaded meanwhile is the caller's affair.
+void* SymbolOfModuleNotHeld(ModuleHandle module, const std::string& path, const char* name)
 {
-    LoadedModule owner;
-    return module == MainProgram() || FindHeldModule(module, nullptr) || FindModuleByHandle(module, &owner);
+    void* opened = dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (opened == nullptr) return nullptr;
+    void* symbol = opened == module ? dlsym(opened, name) : nullptr;
+    dlclose(opened);
+    return symbol;
 }
 
 bool NamesMatch(const std::string& wanted, const std::string& loadedPath, bool wholePath)
@@ -153,13 +158,18 @@ ModuleHandle LoadModule(const char* path)
 ExportedFunction FindExport(ModuleHandle module, const char* name)
 {
     if (module == nullptr) module = MainProgram();
-    if (!NamesLoadedModule(module)) {
+    // A module the platform holds a reference to is loaded; any other handle
+    // is looked for among all the loaded objects.
+    const bool held = module == MainProgram() || FindHeldModule(module, nullptr);
+    LoadedModule owner;
+    if (!held && !FindModuleByHandle(module, &owner)) {
         SetLastErrorCode(kErrorModuleNotFound);
         return nullptr;
     }
     // dlsym also searches the module's dependencies; only the module's own
     // exports count.
-    void* symbol = name != nullptr ? dlsym(module, name) : nullptr;
+    void* symbol = nullptr;
+    if (name != nullptr) symbol = held ? dlsym(module, name) : SymbolOfModuleNotHeld(module, owner.path, name);
     if (symbol != nullptr && ModuleContainingAddress(symbol) != module) symbol = nullptr;
     if (symbol == nullptr) {
         SetLastErrorCode(kErrorProcedureNotFound);

@@ -127,6 +127,31 @@ TEST(ModuleLoader, ThreadsLoadAndReleaseOneModuleTogether)
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
 }
 
+TEST(ModuleLoader, LookingForModulesNeverKeepsOneAnotherThreadReleased)
+{
+    // Finding a module by name walks every loaded object while another
+    // thread loads and releases one: the module is found only while held,
+    // and the release that drops the last reference unloads it at once.
+    std::atomic<bool> done{false};
+    std::atomic<int> failures{0};
+    std::thread loader([&] {
+        for (int i = 0; i < 200; ++i) {
+            ModuleHandle module = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
+            if (module == nullptr || !Platform::ReleaseModule(module) ||
+                Platform::FindLoadedModule("probe_a.dll") != nullptr) {
+                ++failures;
+            }
+        }
+        done = true;
+    });
+    while (!done) {
+        if (Platform::FindLoadedModule("no_such_module.dll") != nullptr) ++failures;
+        Platform::FindLoadedModule("probe_a.dll");
+    }
+    loader.join();
+    EXPECT_EQ(failures, 0);
+}
+
 TEST(ModuleLoader, FailedLoadsGiveWindowsErrorNumbers)
 {
     // Missing by path or by name, in a missing directory, a directory, and a
