@@ -57,10 +57,10 @@ std::vector<LoadedModule> ListLoadedModules()
     std::vector<LoadedModule> modules;
     for (size_t i = 0; i < objects.size(); ++i) {
         const bool mainProgram = i == 0;
-        if ((!mainProgram && objects[i].name.empty()) || objects[i].address == nullptr) continue;
         // Objects loaded from a file are named by their path; the kernel's
         // vdso, which is none, by a bare name.
         if (!mainProgram && objects[i].name.find('/') == std::string::npos) continue;
+        if (objects[i].address == nullptr) continue;
         const ModuleHandle handle = ModuleContainingAddress(objects[i].address);
         if (handle == nullptr) continue;
         modules.push_back({handle, mainProgram ? ExecutablePath() : objects[i].name});

@@ -1,6 +1,6 @@
 #pragma once
-// Makes a FIFO, a file that is not a regular file, for tests of the file
-// readers: they must read it as missing and never wait on it. POSIX only.
+// Makes a FIFO for the tests of the file readers, which treat it like a
+// missing file instead of blocking on it. Not built for Windows.
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
