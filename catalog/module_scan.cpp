@@ -61,10 +61,16 @@ CComponentClassInfoList::~CComponentClassInfoList()
 {
     // The modules of sections and the default module stay loaded, and so
     // does a scanned module that still has live components; the scan's
-    // other references go first, then the preloaded modules'.
+    // other references go first, then the preloaded modules'. Each scanned
+    // module that agrees is freed before the next one is asked, so a module
+    // whose answer depends on an earlier one having left can leave too.
     for (Platform::UniqueModule& module : dllListModules) {
         auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module.get());
-        if (canUnloadNow == nullptr || canUnloadNow() == 0) module.release();
+        if (canUnloadNow != nullptr && canUnloadNow() != 0) {
+            module.reset();
+        } else {
+            module.release();
+        }
     }
     dllListModules.clear();
     preloadedModules.clear();

@@ -222,6 +222,17 @@ TEST_F(CatalogDestruction, FreesScannedModulesThatAgreeAndPreloadedOnes)
     for (Platform::ModuleHandle module : kept) Platform::ReleaseModule(module);
 }
 
+TEST_F(CatalogDestruction, FreesEachScannedModuleBeforeAskingTheNext)
+{
+    // cat_after agrees to go only once cat_counter, scanned before it, has gone.
+    Load("dlls=cat_counter.dll,cat_after.dll\n");
+    ASSERT_NE(nullptr, Create(1000));
+    ASSERT_NE(nullptr, Loaded("cat_after.dll"));
+    catalog_.reset();
+    EXPECT_EQ(nullptr, Loaded("cat_counter.dll"));
+    EXPECT_EQ(nullptr, Loaded("cat_after.dll"));
+}
+
 TEST_F(CatalogDestruction, LeavesTheDefaultModuleLoaded)
 {
     auto& catalog = Load("defaultdll=cat_counter.dll\n");
