@@ -1,5 +1,5 @@
-# Cross build for 32-bit Windows with mingw-w64; built and inspected, not run
-# (no 32-bit Wine on the build machines).
+# Cross build for 32-bit Windows with mingw-w64; tests run under 32-bit Wine
+# (in a prefix of its own, WINEARCH=win32: see the test preset).
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
@@ -9,3 +9,4 @@ set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine)

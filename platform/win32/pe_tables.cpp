@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include <cstring>
-#include <fstream>
 
 namespace Orvik {
 namespace Platform {
@@ -15,7 +14,7 @@ namespace Platform {
 namespace {
 
 // Module files larger than this are not examined.
-constexpr std::streamoff kMaxImageFile = 256 << 20;
+constexpr LONGLONG kMaxImageFile = 256 << 20;
 // Guards against a table without its terminating entry, or a count read
 // from a damaged file.
 constexpr size_t kMaxImportedModules = 4096;
@@ -23,15 +22,23 @@ constexpr size_t kMaxProceduresPerModule = 65536;
 
 class Image {
 public:
+    // Read through kernel32 rather than a file stream: streams would bring
+    // the C++ run-time's locale machinery into every module.
     bool Load(const char* path)
     {
-        std::ifstream file(path, std::ios::binary | std::ios::ate);
-        if (!file) return false;
-        const std::streamoff size = file.tellg();
-        if (size <= 0 || size > kMaxImageFile) return false;
-        bytes_.resize(static_cast<size_t>(size));
-        file.seekg(0);
-        return static_cast<bool>(file.read(bytes_.data(), size));
+        const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file == INVALID_HANDLE_VALUE) return false;
+        LARGE_INTEGER size = {};
+        bool read = GetFileSizeEx(file, &size) && size.QuadPart > 0 && size.QuadPart <= kMaxImageFile;
+        if (read) {
+            bytes_.resize(static_cast<size_t>(size.QuadPart));
+            DWORD got = 0;
+            read = ReadFile(file, bytes_.data(), static_cast<DWORD>(bytes_.size()), &got, nullptr) &&
+                   got == bytes_.size();
+        }
+        CloseHandle(file);
+        return read;
     }
 
     // Copies a structure found at offset; false when it does not lie whole
