@@ -1,10 +1,10 @@
 #include "bootstrap/root_path.h"
 
 #include <atomic>
-#include <mutex>
 
 #include "bootstrap/orvik_ptr.h"
 #include "bootstrap/process_register.h"
+#include "platform/lock.h"
 #include "platform/platform_api.h"
 #include "util/bootstrap_helpers.h"
 
@@ -13,8 +13,19 @@ namespace Orvik {
 namespace {
 char g_rootPath[Platform::kMaxPath];
 // Guards g_rootPath while it is empty; once filled it never changes. Held
-// while the process register is asked, so only one thread asks.
-std::recursive_mutex g_rootPathLock;
+// while the process register is asked, so only one thread asks. The
+// platform's lock rather than a standard mutex, whose failure path would
+// bring the run-time's error classes into every module.
+struct RootPathLock {
+    Platform::CriticalSection section;
+    RootPathLock() { Platform::InitializeLock(&section); }
+    ~RootPathLock() { Platform::DeleteLock(&section); }
+};
+Platform::CriticalSection& TheRootPathLock()
+{
+    static RootPathLock lock;
+    return lock.section;
+}
 std::atomic<bool> g_rootPathKnown{false};
 
 // The values the register is asked with; their meaning is the register's.
@@ -26,7 +37,7 @@ constexpr uint32_t kRootPathValueType = 1;
 const char* GetRootPath()
 {
     if (g_rootPathKnown.load(std::memory_order_acquire)) return g_rootPath;
-    std::lock_guard<std::recursive_mutex> guard(g_rootPathLock);
+    Platform::LockGuard guard(TheRootPathLock());
     if (g_rootPath[0] != '\0') return g_rootPath;
     TOrvikPtr<IProcessRegister, 1> processRegister(nullptr, FactoryModuleSource::LoadedModule);
     bool found = false;

@@ -15,6 +15,10 @@ if(WIN32)
   # Modules carry their own C++ runtime so a module directory needs no
   # compiler DLLs next to it.
   add_link_options(-static -static-libgcc -static-libstdc++)
+  # Every Windows module carries a copy of the framework's client side, so
+  # the framework's release build is made for size there.
+  string(REPLACE "-O3" "-Os" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
+  string(REPLACE "-O3" "-Os" CMAKE_C_FLAGS_RELEASE "${CMAKE_C_FLAGS_RELEASE}")
 else()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-fno-gnu-unique)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs, with apt-get, whatever the build needs and the machine lacks:
-# CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, Wine, the
+# CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, 64-bit and
+# 32-bit Wine (install-wine32.sh), the
 # GoogleTest sources, clang with libFuzzer for the fuzz targets and Google
 # Benchmark for the benchmark suite.
 # Sourced by the other scripts.
@@ -21,3 +22,4 @@ if [ ${#missing[@]} -gt 0 ]; then
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \
     || { echo "installation failed"; exit 1; }
 fi
+source "$(dirname "${BASH_SOURCE[0]}")/install-wine32.sh"

@@ -2,8 +2,8 @@
 # Builds every configuration and runs every test: natively (debug with
 # AddressSanitizer and UndefinedBehaviorSanitizer, release, and with
 # ThreadSanitizer) and as a
-# Windows program under Wine; the 32-bit Windows build is built and its
-# module exports are checked; the benchmark suite is built. Then a project built on the framework is built
+# Windows program under Wine, 64-bit (debug) and 32-bit (release); the
+# benchmark suite is built. Then a project built on the framework is built
 # and run the ways users build theirs, and each fuzz target runs for 30
 # seconds from its seed corpus (one test each). Installs missing tools with
 # apt-get first. The last line says how many tests passed and failed.

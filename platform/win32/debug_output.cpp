@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <mutex>
-
 namespace Orvik {
 namespace Platform {
 
@@ -11,8 +9,10 @@ namespace {
 
 // The sink sees the debugger output of every module: OutputDebugStringA
 // raises DBG_PRINTEXCEPTION_C, which a vectored handler receives first.
+// Guarded by a slim lock of the system's rather than a standard mutex, which
+// would bring the run-time's error classes into every module.
 struct SinkState {
-    std::mutex mutex;
+    SRWLOCK lock = SRWLOCK_INIT;
     DebugSink sink = nullptr;
     void* context = nullptr;
     PVOID handler = nullptr;
@@ -33,11 +33,10 @@ LONG CALLBACK CaptureDebugString(EXCEPTION_POINTERS* exception)
     SinkState& state = State();
     DebugSink sink;
     void* context;
-    {
-        std::lock_guard<std::mutex> guard(state.mutex);
-        sink = state.sink;
-        context = state.context;
-    }
+    AcquireSRWLockShared(&state.lock);
+    sink = state.sink;
+    context = state.context;
+    ReleaseSRWLockShared(&state.lock);
     if (sink == nullptr) return EXCEPTION_CONTINUE_SEARCH;
     sink(reinterpret_cast<const char*>(record->ExceptionInformation[1]), context);
     return EXCEPTION_CONTINUE_EXECUTION;
@@ -53,7 +52,7 @@ void WriteDebugString(const char* text)
 void SetDebugSink(DebugSink sink, void* context)
 {
     SinkState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    AcquireSRWLockExclusive(&state.lock);
     state.sink = sink;
     state.context = context;
     if (sink != nullptr && state.handler == nullptr) {
@@ -62,14 +61,16 @@ void SetDebugSink(DebugSink sink, void* context)
         RemoveVectoredExceptionHandler(state.handler);
         state.handler = nullptr;
     }
+    ReleaseSRWLockExclusive(&state.lock);
 }
 
 void GetDebugSink(DebugSink* sink, void** context)
 {
     SinkState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    AcquireSRWLockShared(&state.lock);
     if (sink != nullptr) *sink = state.sink;
     if (context != nullptr) *context = state.context;
+    ReleaseSRWLockShared(&state.lock);
 }
 
 void BreakIntoDebugger() { DebugBreak(); }

@@ -1,5 +1,7 @@
 // A module whose components throw where a module must contain it: in a
-// constructor, in a singleton's constructor, and in a finalisation.
+// constructor, in a singleton's constructor, and in a finalisation; and one
+// whose exception meets a function that may not throw, which ends the
+// process.
 
 #include <stdexcept>
 
@@ -43,10 +45,23 @@ public:
 
 class CPlain : public TProbe<CPlain, 304, 0, 0, 4> {};
 
+class CEndsTheProcess : public TProbe<CEndsTheProcess, 305, 0, 0, 5> {
+public:
+    CEndsTheProcess() { GoOn(); }
+
+private:
+    static void GoOn() noexcept
+    {
+        if (g_refuseCreation) Fail();
+    }
+    [[noreturn]] static void Fail() { throw std::runtime_error("cannot go on"); }
+};
+
 TComponentRegistrar<CThrowsOnCreation> throwsOnCreation;
 TComponentRegistrar<CSingletonThrowsOnCreation> singletonThrowsOnCreation;
 TComponentRegistrar<CThrowsOnRelease> throwsOnRelease;
 TComponentRegistrar<CPlain> plain;
+TComponentRegistrar<CEndsTheProcess> endsTheProcess;
 
 }  // namespace
 }  // namespace Orvik::Testing
