@@ -11,13 +11,13 @@
 #include <exception>
 #include <list>
 #include <map>
-#include <mutex>
 #include <new>
 
 #include "module/component.h"
 #include "module/factory_notices.h"
 #include "module/module_runtime.h"
 #include "platform/debug_output.h"
+#include "platform/lock.h"
 #include "util/bootstrap_helpers.h"
 
 namespace Orvik {
@@ -130,7 +130,7 @@ public:
         if (Singleton == 0) return new (std::nothrow) Class;
         // One creation at a time; the object is handed out only once it is
         // registered, so nobody can release it as an ordinary component.
-        std::lock_guard<std::recursive_mutex> creating(SingletonLock());
+        Platform::LockGuard creating(SingletonLock());
         if (instance_ == nullptr) {
             Class* object = new (std::nothrow) Class;
             if (object != nullptr && object->GetComponentID() != kFactoryComponentId) {
@@ -154,7 +154,7 @@ protected:
         // A destroyed singleton is never handed out; the next creation makes
         // a new one.
         if (Singleton != 0) {
-            std::lock_guard<std::recursive_mutex> creating(SingletonLock());
+            Platform::LockGuard creating(SingletonLock());
             if (instance_ == this) instance_ = nullptr;
         }
     }
@@ -168,10 +168,17 @@ protected:
     std::atomic<uint32_t> autoRelease_{0};
 
 private:
-    static std::recursive_mutex& SingletonLock()
+    // The platform's lock rather than a standard mutex, whose failure path
+    // would bring the run-time's error classes into every module.
+    struct CreationLock {
+        Platform::CriticalSection section;
+        CreationLock() { Platform::InitializeLock(&section); }
+        ~CreationLock() { Platform::DeleteLock(&section); }
+    };
+    static Platform::CriticalSection& SingletonLock()
     {
-        static std::recursive_mutex lock;
-        return lock;
+        static CreationLock lock;
+        return lock.section;
     }
 
     static TComponentImpl* instance_;
