@@ -37,6 +37,13 @@ foreach(folder platform util module bootstrap host)
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/generated/module/version.h DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/module)
 
+# The toolchain file of the Windows build, for cross builds of a project's
+# own modules and host with mingw-w64 against the unpacked package.
+if(WIN32)
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/toolchain-mingw-${CMAKE_SYSTEM_PROCESSOR}.cmake
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/orvik)
+endif()
+
 # The CMake package.
 install(EXPORT OrvikTargets NAMESPACE Orvik:: DESTINATION ${ORVIK_INSTALL_CMAKEDIR})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/OrvikConfig.cmake.in

@@ -8,7 +8,10 @@ set(pc_cflags "-I\${includedir} -std=c++17")
 set(module_cflags "-fvisibility=hidden -fvisibility-inlines-hidden")
 set(whole_runtime "-Wl,--whole-archive -lorvik_bootstrap -lorvik_module -Wl,--no-whole-archive -lorvik_util")
 if(WIN32)
-  set(platform_libs "-lorvik_platform -static -static-libgcc -static-libstdc++")
+  # As with the CMake targets: each file keeps only what it uses of the
+  # static run-time (stripping is left to the user's flags).
+  string(APPEND pc_cflags " -ffunction-sections -fdata-sections")
+  set(platform_libs "-lorvik_platform -static -static-libgcc -static-libstdc++ -Wl,--gc-sections")
   set(module_exports "\${datadir}/orvik_module.def")
 else()
   string(APPEND pc_cflags " -fno-gnu-unique")

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs 32-bit Wine (wine32:i386, binary /usr/lib/wine/wine) for the i686
-# tests. Sourced by install-tools.sh; sets wine32_ok=1 when Wine is there.
+# tests. Sourced by install-tools.sh; sets wine32_ok=1 when Wine is there,
+# and wine32_prefix, the Wine prefix of the 32-bit runs (the mingw-i686 test
+# preset uses the same one).
 #
 # Multi-Arch "same" libraries must have one version on amd64 and on i386,
 # and Debian's i386 index (its security updates in particular) can be out of
@@ -11,6 +13,7 @@
 # failed attempt leaves apt as it found it (the i386 architecture is taken
 # away again when nothing of it got installed).
 wine32_ok=0
+wine32_prefix=$HOME/.wine-orvik-i686
 
 wine32_versions() {  # PACKAGE:ARCH -> the versions apt knows, one per line
   apt-cache madison "$1" | awk -F'|' '{gsub(/ /, "", $2); print $2}'
@@ -67,6 +70,8 @@ wine32_install() {
   fi
 }
 
-if [ -x /usr/lib/wine/wine ] || { echo "== installing 32-bit Wine (wine32:i386)"; wine32_install; }; then
-  [ -x /usr/lib/wine/wine ] && wine32_ok=1
+if [ ! -x /usr/lib/wine/wine ]; then
+  echo "== installing 32-bit Wine (wine32:i386)"
+  wine32_install || echo "== the i686 tests cannot run without it"
 fi
+if [ -x /usr/lib/wine/wine ]; then wine32_ok=1; fi

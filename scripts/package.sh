@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Packs the framework into build/package/: orvik_<version>_<arch>.deb for
-# Linux (installs into /usr) and orvik-<version>-win64.zip for Windows
-# x86_64 (mingw-w64). Each comes from a release build of its own without
-# tests or example (build/package-linux, build/package-mingw). Installs
-# missing tools with apt-get first.
+# Linux (installs into /usr), orvik-<version>-win64.zip for Windows x86_64
+# and orvik-<version>-win32.zip for Windows i686 (mingw-w64; each zip holds
+# its toolchain file in share/orvik/). Each comes from a release build of its
+# own without tests or example (build/package-<kind>). Names of kinds (deb,
+# win64, win32) pack only those; none packs all three. Installs missing
+# tools with apt-get first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,9 +14,9 @@ source scripts/install-tools.sh
 jobs=$(nproc 2>/dev/null || echo 2)
 out=$PWD/build/package
 
-# pack BUILD-DIRECTORY CONFIGURE-ARGUMENTS...
+# pack KIND CONFIGURE-ARGUMENTS...
 pack() {
-  local dir=build/$1
+  local dir=build/package-$1
   shift
   echo "== packing from $dir"
   cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release \
@@ -23,7 +25,15 @@ pack() {
   (cd "$dir" && cpack -B "$out")
 }
 
-pack package-linux -DCMAKE_INSTALL_PREFIX=/usr
-pack package-mingw -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-mingw-x86_64.cmake"
+kinds=("$@")
+[ ${#kinds[@]} -gt 0 ] || kinds=(deb win64 win32)
+for kind in "${kinds[@]}"; do
+  case $kind in
+    deb) pack deb -DCMAKE_INSTALL_PREFIX=/usr ;;
+    win64) pack win64 -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-mingw-x86_64.cmake" ;;
+    win32) pack win32 -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-mingw-i686.cmake" ;;
+    *) echo "unknown package kind: $kind (deb, win64, win32)"; exit 2 ;;
+  esac
+done
 rm -rf "$out/_CPack_Packages"
 ls -l "$out"

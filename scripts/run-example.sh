@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the example host with its modules and runs it: natively (the
-# linux-release preset) and as a Windows program under Wine (mingw-x64).
+# linux-release preset) and as a Windows program under Wine, 64-bit
+# (mingw-x64) and 32-bit (mingw-i686, in the 32-bit Wine prefix).
 # Installs missing tools with apt-get first. Exits nonzero when a build or
 # a run fails.
 set -uo pipefail
@@ -42,6 +43,14 @@ if build_example mingw-x64; then
   run_example Wine build/mingw-x64/bin/example /usr/lib/wine/wine64 orvik_example.exe
 else
   echo "== build of mingw-x64 failed"
+  status=1
+fi
+
+if build_example mingw-i686; then
+  WINEARCH=win32 WINEPREFIX=$wine32_prefix \
+    run_example "32-bit Wine" build/mingw-i686/bin/example /usr/lib/wine/wine orvik_example.exe
+else
+  echo "== build of mingw-i686 failed"
   status=1
 fi
 

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Builds the downstream project (tests/downstream: an interface, two
 # component modules, a host) the ways a user's project is built, and runs
-# its tests natively and as a Windows program under Wine:
+# its tests natively and as a Windows program under Wine (64-bit and 32-bit):
 #   installed  against the framework installed with cmake --install into a
-#              prefix of its own (from the linux-release and mingw-x64 builds)
+#              prefix of its own (linux-release)
+#   zip        against the unpacked Windows package of each architecture
+#              (scripts/package.sh win64 win32), with its own toolchain file
 #   subdir     with the framework's sources added through add_subdirectory
 #   pkgconfig  with plain compiler lines and the installed pkg-config files
 # The last line says how many downstream tests passed and failed; a build
@@ -17,7 +19,6 @@ source scripts/install-tools.sh
 export WINEDEBUG=-all
 jobs=$(nproc 2>/dev/null || echo 2)
 work=build/downstream
-mingw_toolchain=$root/cmake/toolchain-mingw-x86_64.cmake
 passed=0
 failed=0
 
@@ -76,12 +77,12 @@ check() {
   fi
 }
 
-# plain LABEL PREFIX CXX RUNTIME [RUNNER]: builds the modules and the host
-# with plain compiler lines from the pkg-config files of PREFIX, copies the
-# framework's RUNTIME files next to them and runs each scenario (through
-# RUNNER, for Windows programs).
+# plain LABEL PREFIX CXX RUNTIME [RUNNER OBJDUMP]: builds the modules and
+# the host with plain compiler lines from the pkg-config files of PREFIX,
+# copies the framework's RUNTIME files next to them and runs each scenario
+# (through RUNNER, for Windows programs, whose imports OBJDUMP reads).
 plain() {
-  local label=$1 prefix=$2 cxx=$3 runtime=$4 runner=${5:-} dir=$work/$1 sources=tests/downstream
+  local label=$1 prefix=$2 cxx=$3 runtime=$4 runner=${5:-} objdump=${6:-} dir=$work/$1 sources=tests/downstream
   echo "== downstream: $label"
   rm -rf "$dir" && mkdir -p "$dir"
   local module_flags host_flags version
@@ -102,7 +103,7 @@ plain() {
   local host=./text_host
   if [ -n "$runner" ]; then
     host="$runner ./text_host.exe"
-    check "$label.no_compiler_runtime_imports" bash $sources/check_imports.sh x86_64-w64-mingw32-objdump \
+    check "$label.no_compiler_runtime_imports" bash $sources/check_imports.sh "$objdump" \
       "$dir"/text_host.exe "$dir"/TextTool.dll "$dir"/TextApp.dll "$dir"/OrvFact.dll
   fi
   for scenario in components unload; do
@@ -111,8 +112,37 @@ plain() {
   done
 }
 
+# windows WIN MINGW RUNNER: the zip of one Windows architecture (win64 or
+# win32, for the mingw-w64 target MINGW), unpacked, used with the toolchain
+# file it holds and with its pkg-config files; programs run with RUNNER.
+windows() {
+  local kind=$1 mingw=$2 runner=$3 zip prefix=$root/$work/zip-$1
+  rm -rf "$prefix"
+  if ! bash scripts/package.sh "$kind" >"$work/package-$kind.log" 2>&1; then
+    cat "$work/package-$kind.log"
+    echo "== packing $kind failed"
+    failed=$((failed + 1))
+    return
+  fi
+  zip=$(ls build/package/orvik-*-"$kind".zip)
+  mkdir -p "$prefix" && (cd "$prefix" && cmake -E tar xf "$root/$zip")
+  # The zip holds one top directory named after itself.
+  prefix=$(ls -d "$prefix"/*/)
+  prefix=${prefix%/}
+  local toolchain
+  toolchain=$(ls "$prefix"/share/orvik/toolchain-mingw-*.cmake)
+  route "zip-$kind" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_PREFIX_PATH="$prefix"
+  plain "pkgconfig-$kind" "$prefix" "$mingw-g++-posix" "$prefix/bin/OrvFact.dll" "$runner" "$mingw-objdump"
+}
+
+# with_wine32 COMMAND...: runs COMMAND with the environment of 32-bit Wine.
+with_wine32() {
+  export WINEARCH=win32 WINEPREFIX=$wine32_prefix
+  "$@"
+  unset WINEARCH WINEPREFIX
+}
+
 prefix_linux=$root/$work/prefix-linux
-prefix_mingw=$root/$work/prefix-mingw
 
 if install_framework linux-release "$prefix_linux"; then
   route installed-linux -DCMAKE_PREFIX_PATH="$prefix_linux"
@@ -121,15 +151,12 @@ else
   echo "== installing linux-release failed"
   failed=$((failed + 1))
 fi
-if install_framework mingw-x64 "$prefix_mingw"; then
-  route installed-mingw -DCMAKE_TOOLCHAIN_FILE="$mingw_toolchain" -DCMAKE_PREFIX_PATH="$prefix_mingw"
-  plain pkgconfig-mingw "$prefix_mingw" x86_64-w64-mingw32-g++-posix "$prefix_mingw/bin/OrvFact.dll" /usr/lib/wine/wine64
-else
-  echo "== installing mingw-x64 failed"
-  failed=$((failed + 1))
-fi
+windows win64 x86_64-w64-mingw32 /usr/lib/wine/wine64
+with_wine32 windows win32 i686-w64-mingw32 /usr/lib/wine/wine
 route subdir-linux -DORVIK_SOURCE_DIR="$root"
-route subdir-mingw -DCMAKE_TOOLCHAIN_FILE="$mingw_toolchain" -DORVIK_SOURCE_DIR="$root"
+route subdir-mingw-x64 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-mingw-x86_64.cmake" -DORVIK_SOURCE_DIR="$root"
+with_wine32 route subdir-mingw-i686 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-mingw-i686.cmake" \
+  -DORVIK_SOURCE_DIR="$root"
 
 echo "Downstream tests: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]
