@@ -35,7 +35,8 @@ public:
     // A known key, before it takes effect (a "preload" reports its modules
     // right after).
     virtual void OnKey(uint32_t offset, ConfigKey key, const char* value) = 0;
-    // path is the joined path the catalog loaded or looked for.
+    // path is the joined path the catalog loaded or looked for; error is the
+    // load's last error when it failed, else 0.
     virtual void OnPreload(const char* path, PreloadOutcome outcome, uint32_t error) = 0;
     virtual void OnScan(const char* name, const char* path, ScanOutcome outcome, uint32_t error) = 0;
 

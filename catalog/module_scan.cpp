@@ -129,8 +129,10 @@ void CComponentClassInfoList::ScanDllList()
         } else {
             NoteFailedDll(name, path, loadError);
         }
+        // A load that succeeds leaves the last error as it was.
         if (observer != nullptr) {
-            observer->OnScan(name, path, module != nullptr ? ScanOutcome::Loaded : ScanOutcome::Failed, loadError);
+            observer->OnScan(name, path, module != nullptr ? ScanOutcome::Loaded : ScanOutcome::Failed,
+                             module != nullptr ? 0 : loadError);
         }
         GetNextDllName(name, sizeof name, true);
     }

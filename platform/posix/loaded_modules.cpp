@@ -1,5 +1,6 @@
 #include "platform/posix/loaded_modules.h"
 
+#include <dlfcn.h>
 #include <link.h>
 
 #include "platform/posix/executable_path.h"
@@ -61,11 +62,26 @@ std::vector<LoadedModule> ListLoadedModules()
         // vdso, which is none, by a bare name.
         if (!mainProgram && objects[i].name.find('/') == std::string::npos) continue;
         if (objects[i].address == nullptr) continue;
-        const ModuleHandle handle = ModuleContainingAddress(objects[i].address);
+        const ModuleHandle handle = ModuleHolding(objects[i].address);
         if (handle == nullptr) continue;
         modules.push_back({handle, mainProgram ? ExecutablePath() : objects[i].name});
     }
     return modules;
+}
+
+ModuleHandle ModuleHolding(const void* address)
+{
+#if defined(DLFO_STRUCT_HAS_EH_DBASE)
+    // The loader's sorted table of mappings answers without walking every
+    // loaded object.
+    dl_find_object found;
+    if (_dl_find_object(const_cast<void*>(address), &found) == 0) return found.dlfo_link_map;
+#endif
+    Dl_info info;
+    link_map* module = nullptr;
+    if (dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return nullptr;
+    // The loader's handle of a module is its link map.
+    return module;
 }
 
 bool FindModuleByHandle(ModuleHandle handle, LoadedModule* found)

@@ -18,6 +18,11 @@ struct LoadedModule {
 // executable's path.
 std::vector<LoadedModule> ListLoadedModules();
 
+// The module whose mappings hold the address, or null; unlike
+// ModuleContainingAddress it leaves the last error alone, so that lookups
+// built on it do not touch it when they succeed.
+ModuleHandle ModuleHolding(const void* address);
+
 // The loaded module with that handle; false when the handle names none
 // (never dereferences the handle).
 bool FindModuleByHandle(ModuleHandle handle, LoadedModule* found);

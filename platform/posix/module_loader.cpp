@@ -1,7 +1,6 @@
 #include "platform/module_loader.h"
 
 #include <dlfcn.h>
-#include <link.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -63,9 +62,13 @@ ModuleHandle OpenModuleFile(const std::string& path)
         SetLastErrorCode(refusal);
         return nullptr;
     }
+    // As on Windows, success leaves the last error alone.
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle != nullptr) AddModuleReference(handle, path);
-    SetLastErrorCode(handle != nullptr ? kErrorSuccess : LoadFailureReason(path));
+    if (handle != nullptr) {
+        AddModuleReference(handle, path);
+    } else {
+        SetLastErrorCode(LoadFailureReason(path));
+    }
     return handle;
 }
 
@@ -121,7 +124,11 @@ static ModuleHandle LoadModuleFile(const char* path)
         SetLastErrorCode(kErrorModuleNotFound);
         return nullptr;
     }
-    const std::string name = WithDefaultExtension(ToNativePath(path));
+    // Windows drops trailing blanks before anything else; finding a loaded
+    // module keeps them.
+    std::string given(path);
+    given.erase(given.find_last_not_of(' ') + 1);
+    const std::string name = WithDefaultExtension(ToNativePath(given.c_str()));
     if (name.find('/') != std::string::npos) {
         const std::string file = AbsoluteNormalPath(name);
         if (IsRegularFile(file)) return OpenModuleFile(file);
@@ -142,8 +149,11 @@ static ModuleHandle LoadModuleFile(const char* path)
     // its link map is written under a lock race checkers cannot see.)
     void* handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
     LoadedModule found;
-    if (handle != nullptr) AddModuleReference(handle, FindModuleByHandle(handle, &found) ? found.path : name);
-    SetLastErrorCode(handle != nullptr ? kErrorSuccess : kErrorModuleNotFound);
+    if (handle != nullptr) {
+        AddModuleReference(handle, FindModuleByHandle(handle, &found) ? found.path : name);
+    } else {
+        SetLastErrorCode(kErrorModuleNotFound);
+    }
     return handle;
 }
 
@@ -170,7 +180,7 @@ ExportedFunction FindExport(ModuleHandle module, const char* name)
     // exports count.
     void* symbol = nullptr;
     if (name != nullptr) symbol = held ? dlsym(module, name) : SymbolOfModuleNotHeld(module, owner.path, name);
-    if (symbol != nullptr && ModuleContainingAddress(symbol) != module) symbol = nullptr;
+    if (symbol != nullptr && ModuleHolding(symbol) != module) symbol = nullptr;
     if (symbol == nullptr) {
         SetLastErrorCode(kErrorProcedureNotFound);
         return nullptr;
@@ -228,16 +238,8 @@ uint32_t GetModuleFilePath(ModuleHandle module, char* buffer, uint32_t size)
 
 ModuleHandle ModuleContainingAddress(const void* address)
 {
-#if defined(DLFO_STRUCT_HAS_EH_DBASE)
-    // The loader's sorted table of mappings answers without walking every
-    // loaded object.
-    dl_find_object found;
-    if (_dl_find_object(const_cast<void*>(address), &found) == 0) return found.dlfo_link_map;
-#endif
-    Dl_info info;
-    link_map* module = nullptr;
-    if (dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return nullptr;
-    // The loader's handle of a module is its link map.
+    const ModuleHandle module = ModuleHolding(address);
+    if (module == nullptr) SetLastErrorCode(kErrorModuleNotFound);
     return module;
 }
 

@@ -2,7 +2,9 @@
 // names that failed, preloads dependent modules and frees what it loaded.
 
 #include <cstring>
+#include <utility>
 
+#include "catalog/catalog_observer.h"
 #include "tests/catalog/provider_fixture.h"
 
 namespace Orvik::Testing {
@@ -158,6 +160,38 @@ TEST_F(CatalogScan, ModuleWithoutIdListStaysLoadedWithoutIds)
     EXPECT_TRUE(Inspect(catalog).dllListRecords.empty());
     ASSERT_NE(nullptr, Loaded("cat_noids.dll"));
     EXPECT_EQ(std::list<Platform::ModuleHandle>{Loaded("cat_noids.dll")}, Inspect(catalog).dllListModules);
+}
+
+// The path and error of each scanned module, as a tool hears them.
+using ScanReports = std::vector<std::pair<std::string, uint32_t>>;
+
+class ScanListener final : public CatalogObserver {
+public:
+    ScanReports scans;
+
+    void OnText(const char*, uint32_t) override {}
+    void OnIgnoredLine(uint32_t, IgnoredLine) override {}
+    void OnKey(uint32_t, ConfigKey, const char*) override {}
+    void OnPreload(const char*, PreloadOutcome, uint32_t) override {}
+    void OnScan(const char*, const char* path, ScanOutcome, uint32_t error) override
+    {
+        scans.emplace_back(path, error);
+    }
+};
+
+TEST_F(CatalogScan, ToolsHearNoErrorForALoadedModule)
+{
+    // A load that succeeds leaves whatever last error came before; the scan
+    // must not pass that on as the module's.
+    auto& catalog = Load("dlls=cat_first.dll,missing.dll\n");
+    ScanListener listener;
+    catalog.SetObserver(&listener);
+    DebugCapture debug;
+    Platform::SetLastErrorCode(1234);
+    catalog.ScanModuleList();
+    catalog.SetObserver(nullptr);
+    EXPECT_EQ((ScanReports{{Program("cat_first.dll"), 0}, {Program("missing.dll"), Platform::kErrorModuleNotFound}}),
+              listener.scans);
 }
 
 TEST_F(CatalogScan, NamesTooLongForTheRecordsAreSkippedAndTheRestScanned)

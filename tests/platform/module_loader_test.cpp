@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,6 +25,18 @@ Function Export(ModuleHandle module, const char* name)
 }
 
 std::string ProbePath(const char* name) { return ProgramDirectory() + "\\" + name; }
+
+// A last error no call of the loader gives.
+constexpr uint32_t kMarker = 12345;
+
+// The last error the call leaves, the marker set just before it.
+template <typename Call>
+uint32_t ErrorAfter(Call call)
+{
+    Platform::SetLastErrorCode(kMarker);
+    call();
+    return Platform::GetLastErrorCode();
+}
 
 TEST(ModuleLoader, LoadsByPathOrBareNameAndFindsModulesIgnoringCase)
 {
@@ -72,6 +85,76 @@ TEST(ModuleLoader, NamesModulesWithBackslashPaths)
     EXPECT_GT(Platform::GetModuleFilePath(module, path, sizeof path), 0u);
     EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorSuccess);
     Platform::ReleaseModule(module);
+}
+
+TEST(ModuleLoader, SuccessLeavesTheLastErrorAlone)
+{
+    // The module is loaded, and its path named, before the calls watched: a
+    // first load may leave a number of its own (32-bit Wine leaves 126), and
+    // naming the path reads the program's file name, which clears the error.
+    const std::string path = ProbePath("probe_a.dll");
+    const Platform::UniqueModule held(Platform::LoadModule(path.c_str()));
+    ASSERT_TRUE(held);
+    ModuleHandle byPath = nullptr;
+    ModuleHandle byName = nullptr;
+    EXPECT_EQ(ErrorAfter([&] { byPath = Platform::LoadModule(path.c_str()); }), kMarker);
+    EXPECT_EQ(ErrorAfter([&] { byName = Platform::LoadModule("probe_a"); }), kMarker);
+    EXPECT_EQ(byPath, held.get());
+    EXPECT_EQ(byName, held.get());
+
+    ModuleHandle found = nullptr;
+    ModuleHandle program = nullptr;
+    EXPECT_EQ(ErrorAfter([&] { found = Platform::FindLoadedModule("PROBE_A"); }), kMarker);
+    EXPECT_EQ(ErrorAfter([&] { program = Platform::FindLoadedModule(nullptr); }), kMarker);
+    EXPECT_EQ(found, held.get());
+    EXPECT_NE(program, nullptr);
+
+    Platform::ExportedFunction function = nullptr;
+    ModuleHandle owner = nullptr;
+    EXPECT_EQ(ErrorAfter([&] { function = Platform::FindExport(held.get(), "ProbeCountCall"); }), kMarker);
+    ASSERT_NE(function, nullptr);
+    EXPECT_EQ(ErrorAfter([&] { owner = Platform::ModuleContainingAddress(reinterpret_cast<void*>(function)); }),
+              kMarker);
+    EXPECT_EQ(owner, held.get());
+
+    bool released = false;
+    EXPECT_EQ(ErrorAfter([&] { released = Platform::ReleaseModule(byName); }), kMarker);
+    EXPECT_TRUE(released);
+    Platform::ReleaseModule(byPath);
+}
+
+TEST(ModuleLoader, LoadingDropsTrailingBlanksFindingKeepsThem)
+{
+    // Loading drops trailing blanks before it adds ".dll", whether the module
+    // is loaded yet or not, by name or by path.
+    ModuleHandle module = Platform::LoadModule("probe_a   ");
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(Platform::FindLoadedModule("probe_a.dll"), module);
+    const std::string blanks = "  ";
+    for (const std::string& name : {std::string("probe_a") + blanks, ProbePath("probe_a") + blanks,
+                                    ProbePath("probe_a.dll") + blanks}) {
+        ModuleHandle again = nullptr;
+        EXPECT_EQ(ErrorAfter([&] { again = Platform::LoadModule(name.c_str()); }), kMarker) << name;
+        EXPECT_EQ(again, module) << name;
+        Platform::ReleaseModule(again);
+    }
+
+    // Finding a loaded module keeps them: "probe_a   .dll" names none.
+    ModuleHandle found = module;
+    EXPECT_EQ(ErrorAfter([&] { found = Platform::FindLoadedModule("probe_a   "); }), Platform::kErrorModuleNotFound);
+    EXPECT_EQ(found, nullptr);
+    EXPECT_TRUE(Platform::ReleaseModule(module));
+    EXPECT_EQ(Platform::FindLoadedModule("probe_a"), nullptr);
+}
+
+TEST(ModuleLoader, AnAddressInNoModuleIsReportedMissing)
+{
+    // Heap memory belongs to no module.
+    const auto block = std::make_unique<char[]>(64);
+    ModuleHandle owner = Platform::InvalidModule();
+    EXPECT_EQ(ErrorAfter([&] { owner = Platform::ModuleContainingAddress(block.get()); }),
+              Platform::kErrorModuleNotFound);
+    EXPECT_EQ(owner, nullptr);
 }
 
 TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
