@@ -9,7 +9,7 @@
 
 #include "module/log_file_info.h"
 #include "tests/factory/factory_fixture.h"
-#include "tests/support/special_files.h"
+#include "tests/support/fifo_file.h"
 
 namespace Orvik::Testing {
 namespace {

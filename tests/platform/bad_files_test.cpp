@@ -15,7 +15,7 @@
 #include "platform/file_system.h"
 #include "platform/module_loader.h"
 #include "platform/profile.h"
-#include "tests/support/special_files.h"
+#include "tests/support/fifo_file.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {
