@@ -16,15 +16,10 @@ char g_rootPath[Platform::kMaxPath];
 // while the process register is asked, so only one thread asks. The
 // platform's lock rather than a standard mutex, whose failure path would
 // bring the run-time's error classes into every module.
-struct RootPathLock {
-    Platform::CriticalSection section;
-    RootPathLock() { Platform::InitializeLock(&section); }
-    ~RootPathLock() { Platform::DeleteLock(&section); }
-};
-Platform::CriticalSection& TheRootPathLock()
+Platform::CriticalSection& RootPathLock()
 {
-    static RootPathLock lock;
-    return lock.section;
+    static Platform::OwnedLock lock;
+    return lock.section();
 }
 std::atomic<bool> g_rootPathKnown{false};
 
@@ -37,7 +32,7 @@ constexpr uint32_t kRootPathValueType = 1;
 const char* GetRootPath()
 {
     if (g_rootPathKnown.load(std::memory_order_acquire)) return g_rootPath;
-    Platform::LockGuard guard(TheRootPathLock());
+    Platform::LockGuard guard(RootPathLock());
     if (g_rootPath[0] != '\0') return g_rootPath;
     TOrvikPtr<IProcessRegister, 1> processRegister(nullptr, FactoryModuleSource::LoadedModule);
     bool found = false;

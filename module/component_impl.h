@@ -170,15 +170,10 @@ protected:
 private:
     // The platform's lock rather than a standard mutex, whose failure path
     // would bring the run-time's error classes into every module.
-    struct CreationLock {
-        Platform::CriticalSection section;
-        CreationLock() { Platform::InitializeLock(&section); }
-        ~CreationLock() { Platform::DeleteLock(&section); }
-    };
     static Platform::CriticalSection& SingletonLock()
     {
-        static CreationLock lock;
-        return lock.section;
+        static Platform::OwnedLock lock;
+        return lock.section();
     }
 
     static TComponentImpl* instance_;

@@ -17,6 +17,19 @@ ORVIK_PLATFORM_API void EnterLock(CriticalSection* lock);
 ORVIK_PLATFORM_API void LeaveLock(CriticalSection* lock);
 ORVIK_PLATFORM_API void DeleteLock(CriticalSection* lock);
 
+// A lock made with its owner and deleted with it.
+class OwnedLock {
+public:
+    OwnedLock() { InitializeLock(&section_); }
+    ~OwnedLock() { DeleteLock(&section_); }
+    OwnedLock(const OwnedLock&) = delete;
+    OwnedLock& operator=(const OwnedLock&) = delete;
+    CriticalSection& section() { return section_; }
+
+private:
+    CriticalSection section_;
+};
+
 // Holds the lock for its own lifetime.
 class LockGuard {
 public:
