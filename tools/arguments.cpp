@@ -13,6 +13,8 @@ bool ParseArguments(const std::vector<std::string>& argv, Arguments* arguments, 
             arguments->json = true;
         } else if (word == "--help" || word == "-h") {
             arguments->help = true;
+        } else if (word == "--version") {
+            arguments->version = true;
         } else if (word == "--config") {
             if (i + 1 == argv.size()) {
                 *error = "--config needs a file";

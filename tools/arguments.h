@@ -13,6 +13,7 @@ struct Arguments {
     std::string config;  // --config
     bool json = false;   // --json
     bool help = false;   // --help or -h
+    bool version = false;  // --version
 };
 
 // Parses argv after the program name; false with a message when an option

@@ -1,5 +1,6 @@
 #include "tools/orvik_command.h"
 
+#include "module/version.h"
 #include "tools/arguments.h"
 #include "tools/verbs.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 constexpr const char kOverview[] =
     "usage: orvik VERB [OPERANDS] [--json] [--help]\n"
+    "       orvik --version\n"
     "\n"
     "Explains what the framework makes of configuration files and modules, with\n"
     "the framework's own code. Paths are written as the shell writes them; CONFIG\n"
@@ -99,6 +101,11 @@ int RunOrvik(const std::vector<std::string>& argv, std::ostream& out, std::ostre
     Arguments arguments;
     std::string error;
     if (!ParseArguments(argv, &arguments, &error)) return UsageError(err, arguments.verb, error);
+    if (arguments.version) {
+        if (!arguments.verb.empty() || arguments.help) return UsageError(err, arguments.verb, "--version stands alone");
+        out << "orvik " << ORVIK_VERSION_STRING << "\n";
+        return kExitOk;
+    }
     if (arguments.verb.empty()) {
         if (!arguments.help) return UsageError(err, "", "no verb given");
         out << kOverview;

@@ -1,6 +1,7 @@
 // The command line: verbs, options, help and usage errors, and the JSON
 // the command writes for any text.
 
+#include "module/version.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace Orvik::Testing {
@@ -21,6 +22,14 @@ TEST(CommandLine, EveryVerbHasItsHelp)
     }
 }
 
+TEST(CommandLine, VersionIsTheFrameworksOwn)
+{
+    const CommandResult result = RunCommand({"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, std::string("orvik ") + ORVIK_VERSION_STRING + "\n");
+    EXPECT_EQ(result.err, "");
+}
+
 TEST(CommandLine, WrongCommandLinesAreUsageErrors)
 {
     const std::vector<std::vector<std::string>> wrong = {
@@ -35,6 +44,7 @@ TEST(CommandLine, WrongCommandLinesAreUsageErrors)
         {"create", "5", "--config"},
         {"resolve", "--config", "a.ini"},
         {"check", std::string(300, 'a')},
+        {"check", "--version"},
     };
     for (const auto& argv : wrong) {
         const CommandResult result = RunCommand(argv);
