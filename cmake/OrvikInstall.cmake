@@ -1,7 +1,9 @@
 # Installing the framework: its headers, the libraries and the factory module
 # a project needs, the module helpers and the export list, as a CMake package
-# (find_package(Orvik)) and for pkg-config; and packing them: a .deb on
-# Linux, a zip for Windows.
+# (find_package(Orvik)) and for pkg-config; and packing them: .debs on
+# Linux, a zip for Windows. Each file belongs to one of two components:
+# runtime (what programs and modules load, the orvik command and its manual
+# page) or dev (what building on the framework needs).
 include(CMakePackageConfigHelpers)
 
 set(ORVIK_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/Orvik)
@@ -17,35 +19,37 @@ else()
   set_target_properties(OrvFact PROPERTIES INSTALL_RPATH "\$ORIGIN;\$ORIGIN/..")
 endif()
 
+# The platform library's unversioned link is only for linking: dev.
 install(TARGETS orvik_platform orvik_util orvik_module orvik_module_exports orvik_bootstrap
                 orvik_component_module orvik_host
   EXPORT OrvikTargets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 install(TARGETS OrvFact
   EXPORT OrvikTargets
-  RUNTIME DESTINATION ${factory_dir}
-  LIBRARY DESTINATION ${factory_dir}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  RUNTIME DESTINATION ${factory_dir} COMPONENT runtime
+  LIBRARY DESTINATION ${factory_dir} COMPONENT runtime
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 
 # The headers of the folders a module or a program includes, each under its
 # folder's name, so "module/component_impl.h" reads alike in and out of tree.
 foreach(folder platform util module bootstrap host)
   file(GLOB headers ${PROJECT_SOURCE_DIR}/${folder}/*.h)
-  install(FILES ${headers} DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/${folder})
+  install(FILES ${headers} DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/${folder} COMPONENT dev)
 endforeach()
-install(FILES ${PROJECT_BINARY_DIR}/generated/module/version.h DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/module)
+install(FILES ${PROJECT_BINARY_DIR}/generated/module/version.h DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/module
+  COMPONENT dev)
 
 # The toolchain file of the Windows build, for cross builds of a project's
 # own modules and host with mingw-w64 against the unpacked package.
 if(WIN32)
   install(FILES ${PROJECT_SOURCE_DIR}/cmake/toolchain-mingw-${CMAKE_SYSTEM_PROCESSOR}.cmake
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/orvik)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/orvik COMPONENT dev)
 endif()
 
 # The CMake package.
-install(EXPORT OrvikTargets NAMESPACE Orvik:: DESTINATION ${ORVIK_INSTALL_CMAKEDIR})
+install(EXPORT OrvikTargets NAMESPACE Orvik:: DESTINATION ${ORVIK_INSTALL_CMAKEDIR} COMPONENT dev)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/OrvikConfig.cmake.in
   ${PROJECT_BINARY_DIR}/OrvikConfig.cmake
   INSTALL_DESTINATION ${ORVIK_INSTALL_CMAKEDIR})
@@ -56,13 +60,9 @@ install(FILES
     ${PROJECT_BINARY_DIR}/OrvikConfig.cmake
     ${PROJECT_BINARY_DIR}/OrvikConfigVersion.cmake
     ${PROJECT_SOURCE_DIR}/cmake/OrvikModule.cmake
-  DESTINATION ${ORVIK_INSTALL_CMAKEDIR})
+  DESTINATION ${ORVIK_INSTALL_CMAKEDIR} COMPONENT dev)
 
 include(${PROJECT_SOURCE_DIR}/cmake/OrvikPkgConfig.cmake)
-
-if(PROJECT_IS_TOP_LEVEL)
-  include(${PROJECT_SOURCE_DIR}/cmake/OrvikPackaging.cmake)
-endif()
 
 # The orvik command, with the programs; on ELF it finds the platform library
 # in the library directory.
@@ -70,4 +70,20 @@ if(NOT WIN32)
   file(RELATIVE_PATH orvik_lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(orvik PROPERTIES INSTALL_RPATH "\$ORIGIN/${orvik_lib_from_bin}")
 endif()
-install(TARGETS orvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS orvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+
+# Its manual page, compressed as Debian keeps manual pages.
+if(NOT WIN32)
+  find_program(ORVIK_GZIP gzip REQUIRED)
+  set(man_page ${PROJECT_BINARY_DIR}/man/orvik.1.gz)
+  add_custom_command(OUTPUT ${man_page}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
+    COMMAND ${ORVIK_GZIP} -9nc ${PROJECT_SOURCE_DIR}/docs/orvik.1 > ${man_page}
+    DEPENDS ${PROJECT_SOURCE_DIR}/docs/orvik.1)
+  add_custom_target(orvik_man_page ALL DEPENDS ${man_page})
+  install(FILES ${man_page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(${PROJECT_SOURCE_DIR}/cmake/OrvikPackaging.cmake)
+endif()

@@ -42,5 +42,6 @@ Version: @PROJECT_VERSION@
 Cflags: @cflags@
 Libs: @libs@
 ]] @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/orvik-${kind}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  install(FILES ${PROJECT_BINARY_DIR}/orvik-${kind}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT dev)
 endforeach()

@@ -2,8 +2,9 @@
 # Installs, with apt-get, whatever the build needs and the machine lacks:
 # CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, 64-bit and
 # 32-bit Wine (install-wine32.sh), the
-# GoogleTest sources, clang with libFuzzer for the fuzz targets and Google
-# Benchmark for the benchmark suite.
+# GoogleTest sources, clang with libFuzzer for the fuzz targets, Google
+# Benchmark for the benchmark suite, and what the .debs are made and checked
+# with: dpkg-shlibdeps, lintian, man.
 # Sourced by the other scripts.
 missing=()
 command -v cmake >/dev/null || missing+=(cmake)
@@ -17,6 +18,9 @@ command -v clang++ >/dev/null || missing+=(clang)
 # libFuzzer comes with the compiler's run-time libraries.
 compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null || missing+=(libclang-rt-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+command -v dpkg-shlibdeps >/dev/null || missing+=(dpkg-dev)
+command -v lintian >/dev/null || missing+=(lintian)
+command -v man >/dev/null || missing+=(man-db)
 if [ ${#missing[@]} -gt 0 ]; then
   echo "== installing: ${missing[*]}"
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Packs the framework into build/package/: orvik_<version>_<arch>.deb for
-# Linux (installs into /usr), orvik-<version>-win64.zip for Windows x86_64
+# Packs the framework into build/package/: for Linux (into /usr) the runtime
+# package liborvikplatform<soversion>_<version>-1_<arch>.deb and the
+# liborvik-dev one beside it, orvik-<version>-win64.zip for Windows x86_64
 # and orvik-<version>-win32.zip for Windows i686 (mingw-w64; each zip holds
 # its toolchain file in share/orvik/). Each comes from a release build of its
 # own without tests or example (build/package-<kind>). Names of kinds (deb,

@@ -4,8 +4,9 @@
 # ThreadSanitizer) and as a
 # Windows program under Wine, 64-bit (debug) and 32-bit (release); the
 # benchmark suite is built. Then a project built on the framework is built
-# and run the ways users build theirs, and each fuzz target runs for 30
-# seconds from its seed corpus (one test each). Installs missing tools with
+# and run the ways users build theirs, the .deb packages are built and
+# checked with lintian, and each fuzz target runs for 30 seconds from its
+# seed corpus (one test each). Installs missing tools with
 # apt-get first. The last line says how many tests passed and failed.
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -45,18 +46,27 @@ for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686; do
   failed=$((failed + bad))
 done
 
-# The downstream project, built against the installed framework and
-# through add_subdirectory (scripts/test-downstream.sh).
-log=build/downstream.log
-bash scripts/test-downstream.sh 2>&1 | tee "$log"
-summary=$(grep -E '^Downstream tests: [0-9]+ passed, [0-9]+ failed' "$log" | tail -n 1)
-if [ -n "$summary" ]; then
+# run_script SCRIPT NAME: runs SCRIPT and adds the counts of its last line,
+# "NAME tests: N passed, M failed", to the totals.
+run_script() {
+  local log=build/$(basename "$1" .sh).log summary
+  mkdir -p build
+  bash "$1" 2>&1 | tee "$log"
+  summary=$(grep -E "^$2 tests: [0-9]+ passed, [0-9]+ failed" "$log" | tail -n 1)
+  if [ -z "$summary" ]; then
+    echo "== $1: no test summary"
+    failed=$((failed + 1))
+    return
+  fi
   passed=$((passed + $(sed -E 's/.*: ([0-9]+) passed.*/\1/' <<<"$summary")))
   failed=$((failed + $(sed -E 's/.*, ([0-9]+) failed.*/\1/' <<<"$summary")))
-else
-  echo "== downstream: no test summary"
-  failed=$((failed + 1))
-fi
+}
+
+# The downstream project, built against the installed framework and
+# through add_subdirectory.
+run_script scripts/test-downstream.sh Downstream
+# The .debs, built and checked with lintian and dpkg-deb, not installed.
+run_script scripts/test-debs.sh Deb
 
 echo "== fuzzing"
 fuzz_log=build/fuzz.log

@@ -146,7 +146,9 @@ prefix_linux=$root/$work/prefix-linux
 
 if install_framework linux-release "$prefix_linux"; then
   route installed-linux -DCMAKE_PREFIX_PATH="$prefix_linux"
-  plain pkgconfig-linux "$prefix_linux" g++ "$prefix_linux/lib/orvik/OrvFact.dll $prefix_linux/lib/libOrvikPlatform.so"
+  # The program asks the loader for the platform library's soname.
+  soname=$(objdump -p "$prefix_linux/lib/libOrvikPlatform.so" | awk '$1 == "SONAME" {print $2}')
+  plain pkgconfig-linux "$prefix_linux" g++ "$prefix_linux/lib/orvik/OrvFact.dll $prefix_linux/lib/$soname"
 else
   echo "== installing linux-release failed"
   failed=$((failed + 1))
