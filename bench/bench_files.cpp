@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "bench/modules/bench_interfaces.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Bench {
 

@@ -4,7 +4,7 @@
 #include <system_error>
 
 #include "bench/bench_files.h"
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 namespace Orvik::Bench {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bench/modules/bench_interfaces.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Bench {
 

@@ -16,9 +16,9 @@
 
 #include "bench/bench_files.h"
 #include "bench/modules/bench_interfaces.h"
-#include "platform/debug_output.h"
-#include "platform/file_system.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/debug_output.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Bench {
 namespace {

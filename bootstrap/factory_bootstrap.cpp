@@ -1,13 +1,13 @@
-#include "bootstrap/factory_bootstrap.h"
+#include "orvik/bootstrap/factory_bootstrap.h"
 
 #include <atomic>
 
-#include "bootstrap/orvik_ptr.h"
+#include "orvik/bootstrap/orvik_ptr.h"
 #include "bootstrap/profile_resolution.h"
-#include "module/debug_line.h"
-#include "module/factory_notices.h"
-#include "module/module_exports.h"
-#include "module/module_runtime.h"
+#include "orvik/module/debug_line.h"
+#include "orvik/module/factory_notices.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/module/module_runtime.h"
 
 namespace Orvik {
 

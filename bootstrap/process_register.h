@@ -2,7 +2,7 @@
 // The process register, a component of another module (id 991). The
 // bootstrap asks it for the process root path.
 
-#include "module/component.h"
+#include "orvik/module/component.h"
 
 namespace Orvik {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 #include "platform/profile.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 

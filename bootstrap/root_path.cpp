@@ -1,12 +1,12 @@
-#include "bootstrap/root_path.h"
+#include "orvik/bootstrap/root_path.h"
 
 #include <atomic>
 
-#include "bootstrap/orvik_ptr.h"
+#include "orvik/bootstrap/orvik_ptr.h"
 #include "bootstrap/process_register.h"
-#include "platform/lock.h"
-#include "platform/platform_api.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/platform/lock.h"
+#include "orvik/platform/platform_api.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "module/component.h"
+#include "orvik/module/component.h"
 
 namespace Orvik {
 

@@ -23,11 +23,11 @@
 #include "catalog/catalog_observer.h"
 #include "catalog/catalog_view.h"
 #include "catalog/config_records.h"
-#include "module/component.h"
-#include "module/module_exports.h"
-#include "platform/module_loader.h"
-#include "util/file_operator.h"
-#include "util/string_manipulate.h"
+#include "orvik/module/component.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/module_loader.h"
+#include "orvik/util/file_operator.h"
+#include "orvik/util/string_manipulate.h"
 
 namespace Orvik {
 

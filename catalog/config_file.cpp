@@ -9,11 +9,11 @@
 #include <utility>
 #include <string_view>
 
-#include "bootstrap/root_path.h"
+#include "orvik/bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
 #include "catalog/config_text.h"
-#include "module/log_file_info.h"
-#include "platform/file_system.h"
+#include "orvik/module/log_file_info.h"
+#include "orvik/platform/file_system.h"
 #include "platform/multibyte.h"
 #include "util/number_text.h"
 #include "platform/profile.h"

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "module/component.h"
+#include "orvik/module/component.h"
 
 namespace Orvik {
 

@@ -7,9 +7,9 @@
 #include <mutex>
 
 #include "catalog/component_class_info_list.h"
-#include "module/debug_line.h"
-#include "module/module_exports.h"
-#include "module/module_runtime.h"
+#include "orvik/module/debug_line.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/module/module_runtime.h"
 #include "platform/multibyte.h"
 
 namespace Orvik {

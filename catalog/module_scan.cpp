@@ -6,7 +6,7 @@
 #include <string>
 
 #include "catalog/component_class_info_list.h"
-#include "module/module_exports.h"
+#include "orvik/module/module_exports.h"
 #include "platform/multibyte.h"
 #include "platform/path_split.h"
 

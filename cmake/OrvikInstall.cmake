@@ -20,7 +20,7 @@ else()
 endif()
 
 # The platform library's unversioned link is only for linking: dev.
-install(TARGETS orvik_platform orvik_util orvik_module orvik_module_exports orvik_bootstrap
+install(TARGETS orvik_headers orvik_platform orvik_util orvik_module orvik_module_exports orvik_bootstrap
                 orvik_component_module orvik_host
   EXPORT OrvikTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
@@ -32,13 +32,15 @@ install(TARGETS OrvFact
   LIBRARY DESTINATION ${factory_dir} COMPONENT runtime
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 
-# The headers of the folders a module or a program includes, each under its
-# folder's name, so "module/component_impl.h" reads alike in and out of tree.
+# The public headers: each folder's include/ directory as it stands, so
+# "orvik/module/component_impl.h" reads alike in and out of tree and the
+# build exposes exactly what is installed. Headers beside the sources are
+# the framework's own and stay behind.
 foreach(folder platform util module bootstrap host)
-  file(GLOB headers ${PROJECT_SOURCE_DIR}/${folder}/*.h)
-  install(FILES ${headers} DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/${folder} COMPONENT dev)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    COMPONENT dev FILES_MATCHING PATTERN "*.h")
 endforeach()
-install(FILES ${PROJECT_BINARY_DIR}/generated/module/version.h DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/module
+install(FILES ${PROJECT_BINARY_DIR}/generated/orvik/module/version.h DESTINATION ${ORVIK_INSTALL_INCLUDEDIR}/module
   COMPONENT dev)
 
 # The toolchain file of the Windows build, for cross builds of a project's

@@ -33,7 +33,7 @@ foreach(kind module host)
   file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/orvik-${kind}.pc CONTENT [[
 prefix=${pcfiledir}/@pc_to_prefix@
 libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
-includedir=${prefix}/@ORVIK_INSTALL_INCLUDEDIR@
+includedir=${prefix}/@CMAKE_INSTALL_INCLUDEDIR@
 datadir=${prefix}/@CMAKE_INSTALL_DATADIR@/orvik
 
 Name: orvik-@kind@

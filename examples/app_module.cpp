@@ -4,9 +4,9 @@
 
 #include <cstdio>
 
-#include "bootstrap/orvik_ptr.h"
-#include "examples/example_interfaces.h"
-#include "module/component_impl.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "example_interfaces.h"
+#include "orvik/module/component_impl.h"
 
 namespace Example {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "module/component.h"
+#include "orvik/module/component.h"
 
 namespace Example {
 

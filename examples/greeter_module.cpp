@@ -4,14 +4,14 @@
 
 #include <cstdio>
 
-#include "bootstrap/orvik_ptr.h"
-#include "examples/example_interfaces.h"
-#include "module/component_factory.h"
-#include "module/component_impl.h"
-#include "module/debug_line.h"
-#include "platform/file_system.h"
-#include "platform/local_time.h"
-#include "platform/lock.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "example_interfaces.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/component_impl.h"
+#include "orvik/module/debug_line.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/local_time.h"
+#include "orvik/platform/lock.h"
 
 namespace Example {
 namespace {

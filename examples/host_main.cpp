@@ -12,14 +12,14 @@
 #include <cstdio>
 #include <string>
 
-#include "examples/example_interfaces.h"
-#include "examples/host_support.h"
-#include "host/app_host.h"
-#include "host/debug_printer.h"
-#include "module/version.h"
-#include "platform/file_system.h"
-#include "platform/module_loader.h"
-#include "platform/thread_timer.h"
+#include "example_interfaces.h"
+#include "host_support.h"
+#include "orvik/host/app_host.h"
+#include "orvik/host/debug_printer.h"
+#include "orvik/module/version.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
+#include "orvik/platform/thread_timer.h"
 
 namespace {
 

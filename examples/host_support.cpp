@@ -1,6 +1,6 @@
-#include "examples/host_support.h"
+#include "host_support.h"
 
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 namespace Example {
 

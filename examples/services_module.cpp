@@ -1,8 +1,8 @@
 // Services.dll: a shared counter and a plain calculator. Orvik.ini makes it
 // the default module; Plugins.ini lists it for scanning.
 
-#include "examples/example_interfaces.h"
-#include "module/component_impl.h"
+#include "example_interfaces.h"
+#include "orvik/module/component_impl.h"
 
 namespace Example {
 namespace {

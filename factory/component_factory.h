@@ -23,12 +23,12 @@
 #include "log/log_files.h"
 #include "factory/grow_only_set.h"
 #include "factory/open_hash_map.h"
-#include "module/component_factory.h"
-#include "module/component_impl.h"
-#include "platform/lock.h"
-#include "platform/thread_timer.h"
-#include "util/file_operator.h"
-#include "util/string_manipulate.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/component_impl.h"
+#include "orvik/platform/lock.h"
+#include "orvik/platform/thread_timer.h"
+#include "orvik/util/file_operator.h"
+#include "orvik/util/string_manipulate.h"
 
 namespace Orvik {
 

@@ -4,7 +4,7 @@
 
 #include "bootstrap/profile_resolution.h"
 #include "log/log_settings.h"
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 #include "platform/multibyte.h"
 
 namespace Orvik {

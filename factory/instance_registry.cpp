@@ -1,4 +1,4 @@
-#include "bootstrap/orvik_ptr.h"
+#include "orvik/bootstrap/orvik_ptr.h"
 #include "factory/component_factory.h"
 
 namespace Orvik {

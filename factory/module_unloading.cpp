@@ -1,8 +1,8 @@
 #include <utility>
 
-#include "bootstrap/factory_bootstrap.h"
+#include "orvik/bootstrap/factory_bootstrap.h"
 #include "factory/component_factory.h"
-#include "module/module_exports.h"
+#include "orvik/module/module_exports.h"
 
 namespace Orvik {
 

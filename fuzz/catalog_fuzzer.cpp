@@ -7,7 +7,7 @@
 
 #include "catalog/component_class_info_list.h"
 #include "fuzz/fuzz_files.h"
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 namespace {
 

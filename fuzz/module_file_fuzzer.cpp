@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_files.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/posix/elf_module.h"
 
 namespace {

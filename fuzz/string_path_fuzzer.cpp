@@ -19,8 +19,8 @@
 
 #include "platform/multibyte.h"
 #include "util/number_text.h"
-#include "util/path_rules.h"
-#include "util/string_rules.h"
+#include "orvik/util/path_rules.h"
+#include "orvik/util/string_rules.h"
 
 namespace {
 

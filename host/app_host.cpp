@@ -1,7 +1,7 @@
-#include "host/app_host.h"
+#include "orvik/host/app_host.h"
 
-#include "module/component_factory.h"
-#include "module/module_exports.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/module_exports.h"
 
 namespace Orvik {
 namespace Host {

@@ -1,8 +1,8 @@
-#include "host/debug_printer.h"
+#include "orvik/host/debug_printer.h"
 
 #include <cstring>
 
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 namespace Orvik {
 namespace Host {

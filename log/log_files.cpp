@@ -1,6 +1,6 @@
 #include "log/log_files.h"
 
-#include "platform/local_time.h"
+#include "orvik/platform/local_time.h"
 #include "platform/multibyte.h"
 #include "platform/path_split.h"
 

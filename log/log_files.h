@@ -8,11 +8,11 @@
 #include <mutex>
 #include <string>
 
-#include "module/log_file_info.h"
-#include "platform/file_system.h"
-#include "platform/lock.h"
-#include "util/file_operator.h"
-#include "util/string_manipulate.h"
+#include "orvik/module/log_file_info.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/lock.h"
+#include "orvik/util/file_operator.h"
+#include "orvik/util/string_manipulate.h"
 
 namespace Orvik {
 

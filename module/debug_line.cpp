@@ -1,9 +1,9 @@
-#include "module/debug_line.h"
+#include "orvik/module/debug_line.h"
 
 #include <cstdarg>
 #include <cstdio>
 
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 namespace Orvik {
 

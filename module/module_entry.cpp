@@ -11,7 +11,7 @@
 // outside static destruction and goes in FinishModuleExit, after the
 // detach's leak report, in both orders.
 
-#include "module/module_runtime.h"
+#include "orvik/module/module_runtime.h"
 
 #if defined(_WIN32)
 

@@ -1,10 +1,10 @@
-#include "module/module_exports.h"
+#include "orvik/module/module_exports.h"
 
 #include <cstring>
 
-#include "module/debug_line.h"
+#include "orvik/module/debug_line.h"
 #include "module/module_state.h"
-#include "module/registry_path.h"
+#include "orvik/module/registry_path.h"
 
 using Orvik::ComponentInstanceInfo;
 using Orvik::LiveComponentMap;

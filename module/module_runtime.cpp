@@ -1,13 +1,13 @@
-#include "module/module_runtime.h"
+#include "orvik/module/module_runtime.h"
 
 #include <cinttypes>
 #include <new>
 
-#include "module/debug_line.h"
-#include "module/factory_notices.h"
+#include "orvik/module/debug_line.h"
+#include "orvik/module/factory_notices.h"
 #include "module/module_state.h"
-#include "module/registry_path.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/module/registry_path.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <map>
 
-#include "module/module_runtime.h"
-#include "platform/lock.h"
+#include "orvik/module/module_runtime.h"
+#include "orvik/platform/lock.h"
 
 namespace Orvik {
 

@@ -1,10 +1,10 @@
-#include "module/registry_path.h"
+#include "orvik/module/registry_path.h"
 
 #include <atomic>
 #include <cstring>
 #include <new>
 
-#include "module/module_runtime.h"
+#include "orvik/module/module_runtime.h"
 
 namespace Orvik {
 

@@ -1,7 +1,7 @@
 #pragma once
 // Paths that come from outside the framework, such as a command line.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

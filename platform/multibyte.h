@@ -4,7 +4,7 @@
 // The results follow the C run-time's multibyte functions, also for a lead
 // byte that stands right before the terminator (malformed text).
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

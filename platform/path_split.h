@@ -1,7 +1,7 @@
 #pragma once
 // Splitting a path into drive, directory, file name and extension.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

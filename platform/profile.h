@@ -1,7 +1,7 @@
 #pragma once
 // Reading one value of a profile (".ini") file.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

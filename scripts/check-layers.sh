@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Checks the layering of the framework's folders over their #include lines:
-# each folder includes only itself and the folders below it, and only
-# platform/ includes the operating system's headers. Prints every offending
-# line and fails when there is one.
+# each folder includes only itself and the folders below it, public headers
+# ("orvik/<folder>/...") or its own ones; a public header (in a folder's
+# include/) includes only public headers; and only platform/ includes the
+# operating system's headers. Prints every offending line and fails when
+# there is one.
 #   platform <- util <- module <- bootstrap <- catalog <- log <- factory <- tools
 #                          module <- host (programs, beside the bootstrap)
 set -uo pipefail
@@ -25,9 +27,13 @@ bad=0
 for folder in "${!allowed[@]}"; do
   while IFS= read -r hit; do
     file=${hit%%:*}
-    included=$(sed -nE 's/.*#include "([^/"]+)\/.*/\1/p' <<<"$hit")
+    included=$(sed -nE 's/.*#include "(orvik\/)?([^/"]+)\/.*/\2/p' <<<"$hit")
     if [ -n "$included" ] && [[ " ${allowed[$folder]} " != *" $included "* ]]; then
       echo "upward include: $hit"
+      bad=1
+    fi
+    if [[ "$file" == */include/* ]] && grep -qE '#include "' <<<"$hit" && ! grep -qE '#include "orvik/' <<<"$hit"; then
+      echo "public header includes a header that is not installed: $hit"
       bad=1
     fi
     if [ "$folder" != platform ] && grep -qE "#include <($os_headers)" <<<"$hit"; then

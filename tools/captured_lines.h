@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 namespace Orvik {
 namespace Tools {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "catalog/component_class_info_list.h"
-#include "platform/load_failure.h"
+#include "orvik/platform/load_failure.h"
 
 namespace Orvik {
 namespace Tools {

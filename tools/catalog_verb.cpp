@@ -7,7 +7,7 @@
 #include "tools/profile_chain.h"
 #include "tools/report_parts.h"
 #include "tools/verbs.h"
-#include "util/string_rules.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 namespace Tools {

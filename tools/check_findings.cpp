@@ -8,8 +8,8 @@
 #include "tools/catalog_reading.h"
 #include "tools/module_probe.h"
 #include "tools/profile_chain.h"
-#include "util/bootstrap_helpers.h"
-#include "util/string_rules.h"
+#include "orvik/util/bootstrap_helpers.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 namespace Tools {

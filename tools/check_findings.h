@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "module/component.h"
-#include "platform/load_failure.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/load_failure.h"
 
 namespace Orvik {
 namespace Tools {

@@ -5,16 +5,16 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "bootstrap/factory_bootstrap.h"
-#include "platform/thread_timer.h"
+#include "orvik/bootstrap/factory_bootstrap.h"
+#include "orvik/platform/thread_timer.h"
 #include "tools/captured_lines.h"
 #include "tools/catalog_reading.h"
 #include "tools/json_writer.h"
 #include "tools/profile_chain.h"
 #include "tools/report_parts.h"
 #include "tools/verbs.h"
-#include "util/bootstrap_helpers.h"
-#include "util/string_rules.h"
+#include "orvik/util/bootstrap_helpers.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 namespace Tools {

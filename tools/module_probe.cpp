@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "module/module_exports.h"
-#include "platform/file_system.h"
-#include "platform/load_failure.h"
-#include "platform/module_loader.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/load_failure.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 namespace Tools {

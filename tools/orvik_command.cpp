@@ -1,6 +1,6 @@
 #include "tools/orvik_command.h"
 
-#include "module/version.h"
+#include "orvik/module/version.h"
 #include "tools/arguments.h"
 #include "tools/verbs.h"
 

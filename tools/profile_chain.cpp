@@ -1,8 +1,8 @@
 #include "tools/profile_chain.h"
 
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 #include "platform/profile.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 namespace Tools {

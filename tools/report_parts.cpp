@@ -1,6 +1,6 @@
 #include "tools/report_parts.h"
 
-#include "module/log_file_info.h"
+#include "orvik/module/log_file_info.h"
 
 namespace Orvik {
 namespace Tools {

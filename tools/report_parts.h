@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/load_failure.h"
+#include "orvik/platform/load_failure.h"
 #include "tools/json_writer.h"
 #include "tools/module_probe.h"
 

@@ -4,7 +4,7 @@
 #include "tools/json_writer.h"
 #include "tools/profile_chain.h"
 #include "tools/verbs.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 namespace Tools {

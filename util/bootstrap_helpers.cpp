@@ -1,8 +1,8 @@
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
-#include "platform/platform_api.h"
-#include "util/path_rules.h"
-#include "util/string_rules.h"
+#include "orvik/platform/platform_api.h"
+#include "orvik/util/path_rules.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 

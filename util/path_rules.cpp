@@ -1,10 +1,10 @@
-#include "util/path_rules.h"
+#include "orvik/util/path_rules.h"
 
 #include <initializer_list>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/multibyte.h"
-#include "util/string_rules.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 namespace Rules {

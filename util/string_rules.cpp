@@ -1,4 +1,4 @@
-#include "util/string_rules.h"
+#include "orvik/util/string_rules.h"
 
 #include <cstdio>
 #include <cstring>

@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
-#include "module/component.h"
-#include "module/component_factory.h"
-#include "module/module_exports.h"
+#include "orvik/module/component.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/module_exports.h"
 
 namespace Orvik::Bench {
 

@@ -3,9 +3,9 @@
 // factory pointer.
 
 #include "bench/modules/bench_interfaces.h"
-#include "bootstrap/orvik_ptr.h"
-#include "module/component_impl.h"
-#include "platform/module_loader.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "orvik/module/component_impl.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Bench {
 namespace {

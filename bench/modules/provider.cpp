@@ -2,7 +2,7 @@
 // provides and whether they are singletons.
 
 #include "bench/modules/bench_interfaces.h"
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 
 namespace Orvik::Bench {
 namespace {

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_system.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {

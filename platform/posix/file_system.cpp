@@ -1,4 +1,4 @@
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {

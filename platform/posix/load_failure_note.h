@@ -1,7 +1,7 @@
 #pragma once
 // Records a failed load for GetLastLoadFailure.
 
-#include "platform/load_failure.h"
+#include "orvik/platform/load_failure.h"
 
 namespace Orvik {
 namespace Platform {

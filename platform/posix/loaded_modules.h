@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 namespace Platform {

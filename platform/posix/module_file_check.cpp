@@ -10,7 +10,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 namespace Platform {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>

@@ -2,7 +2,7 @@
 // inside that thread's DispatchMessagesFor, as window-less timers do on
 // Windows. Ticks missed while the thread was busy coalesce into one.
 
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 
 #include <chrono>
 #include <condition_variable>

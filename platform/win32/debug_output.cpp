@@ -1,4 +1,4 @@
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 
 #include <windows.h>
 

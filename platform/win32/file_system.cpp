@@ -1,4 +1,4 @@
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 #include <io.h>
 #include <windows.h>

@@ -11,7 +11,7 @@
 #include <cctype>
 #include <vector>
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 #include "platform/win32/pe_tables.h"
 
 namespace Orvik {

@@ -1,4 +1,4 @@
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 
 #include <windows.h>
 

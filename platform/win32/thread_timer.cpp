@@ -3,7 +3,7 @@
 // timer at its next tick instead of calling the procedure. Each module keeps
 // this record for the timers it started itself.
 
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 
 #include <windows.h>
 

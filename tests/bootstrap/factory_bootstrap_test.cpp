@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "module/module_exports.h"
+#include "orvik/module/module_exports.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"

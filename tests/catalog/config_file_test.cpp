@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "bootstrap/root_path.h"
+#include "orvik/bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
 #include "tests/catalog/catalog_test_access.h"
 #include "tests/support/code_page_scope.h"

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <tuple>
 
-#include "module/module_runtime.h"
+#include "orvik/module/module_runtime.h"
 #include "tests/catalog/provider_fixture.h"
 
 namespace Orvik::Testing {

@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "bootstrap/root_path.h"
+#include "orvik/bootstrap/root_path.h"
 #include "catalog/component_class_info_list.h"
 #include "tests/catalog/catalog_test_access.h"
-#include "platform/debug_output.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/debug_output.h"
+#include "orvik/platform/module_loader.h"
 #include "tests/catalog/modules/catalog_probe.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"

@@ -1,8 +1,8 @@
 // TextApp.dll: the app component. It finds the factory through Orvik.ini in
 // the host's directory and gets its text tool from there.
 
-#include "bootstrap/orvik_ptr.h"
-#include "module/component_impl.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "orvik/module/component_impl.h"
 #include "text_interfaces.h"
 
 namespace Downstream {

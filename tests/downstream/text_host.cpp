@@ -9,11 +9,11 @@
 #include <cstdio>
 #include <cstring>
 
-#include "host/app_host.h"
-#include "host/debug_printer.h"
-#include "module/version.h"
-#include "platform/module_loader.h"
-#include "platform/thread_timer.h"
+#include "orvik/host/app_host.h"
+#include "orvik/host/debug_printer.h"
+#include "orvik/module/version.h"
+#include "orvik/platform/module_loader.h"
+#include "orvik/platform/thread_timer.h"
 #include "text_interfaces.h"
 
 namespace {

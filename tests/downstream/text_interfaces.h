@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "module/component.h"
+#include "orvik/module/component.h"
 
 namespace Downstream {
 

@@ -3,7 +3,7 @@
 #include <cctype>
 #include <cstring>
 
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 #include "text_interfaces.h"
 
 namespace Downstream {

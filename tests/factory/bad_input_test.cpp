@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "module/log_file_info.h"
+#include "orvik/module/log_file_info.h"
 #include "tests/factory/factory_fixture.h"
 #include "tests/support/fifo_file.h"
 

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "module/component_factory.h"
-#include "module/module_exports.h"
-#include "platform/thread_timer.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/thread_timer.h"
 #include "tests/factory/modules/probe_interfaces.h"
 #include "tests/support/debug_capture.h"
 #include "tests/support/test_paths.h"

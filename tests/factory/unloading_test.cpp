@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 #include "tests/factory/factory_fixture.h"
 
 namespace Orvik::Testing {

@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <string>
 
-#include "host/app_host.h"
-#include "host/debug_printer.h"
-#include "module/module_exports.h"
-#include "platform/debug_output.h"
+#include "orvik/host/app_host.h"
+#include "orvik/host/debug_printer.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/debug_output.h"
 
 namespace Orvik::Testing {
 namespace {

@@ -1,4 +1,4 @@
-#include "module/debug_line.h"
+#include "orvik/module/debug_line.h"
 
 #include <gtest/gtest.h>
 

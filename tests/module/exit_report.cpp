@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "module/module_exports.h"
-#include "platform/debug_output.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/debug_output.h"
 #include "tests/support/test_paths.h"
 
 namespace {

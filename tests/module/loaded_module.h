@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "module/module_exports.h"
-#include "platform/unique_handle.h"
+#include "orvik/module/module_exports.h"
+#include "orvik/platform/unique_handle.h"
 #include "tests/module/modules/test_probe.h"
 #include "tests/support/test_paths.h"
 

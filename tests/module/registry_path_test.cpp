@@ -1,7 +1,7 @@
 // The registry path as requests read it: without a lock, so a text once
 // handed out must stay readable whatever path is set afterwards.
 
-#include "module/registry_path.h"
+#include "orvik/module/registry_path.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "module/module_exports.h"
+#include "orvik/module/module_exports.h"
 #include "tests/module/loaded_module.h"
 #include "tests/module/modules/test_probe.h"
 #include "tests/support/debug_capture.h"

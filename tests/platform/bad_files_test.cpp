@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_system.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/profile.h"
 #include "tests/support/fifo_file.h"
 #include "tests/support/test_paths.h"

@@ -1,4 +1,4 @@
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {

@@ -1,7 +1,7 @@
 // The record of the last failed load: the loader's words, the missing
 // dependency by name, one record per thread shared by all modules.
 
-#include "platform/load_failure.h"
+#include "orvik/platform/load_failure.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/module_loader.h"
+#include "orvik/platform/module_loader.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {

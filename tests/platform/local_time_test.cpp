@@ -1,4 +1,4 @@
-#include "platform/local_time.h"
+#include "orvik/platform/local_time.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/lock.h"
+#include "orvik/platform/lock.h"
 
 #include <gtest/gtest.h>
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/debug_output.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/debug_output.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/multibyte.h"
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 #include "tests/support/test_paths.h"
 
 namespace Orvik {

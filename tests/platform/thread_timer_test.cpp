@@ -1,4 +1,4 @@
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 
 #include <gtest/gtest.h>
 

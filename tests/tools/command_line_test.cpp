@@ -1,7 +1,7 @@
 // The command line: verbs, options, help and usage errors, and the JSON
 // the command writes for any text.
 
-#include "module/version.h"
+#include "orvik/module/version.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace Orvik::Testing {

@@ -7,7 +7,7 @@
 
 #include "tests/support/test_paths.h"
 #include "tests/util/helper_host.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace fs = std::filesystem;
 using Orvik::Testing::HelperHost;

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "util/file_operator.h"
-#include "util/string_manipulate.h"
+#include "orvik/util/file_operator.h"
+#include "orvik/util/string_manipulate.h"
 
 namespace Orvik::Testing {
 

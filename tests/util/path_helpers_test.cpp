@@ -5,7 +5,7 @@
 #include "tests/support/code_page_scope.h"
 #include "tests/util/helper_cases.h"
 #include "tests/util/helper_host.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 using Orvik::Testing::CodePageScope;
 using namespace Orvik::Testing;

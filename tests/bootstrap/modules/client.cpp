@@ -1,8 +1,8 @@
 // A client module: gets components through its bootstrap like any module.
 
-#include "bootstrap/orvik_ptr.h"
-#include "bootstrap/root_path.h"
-#include "module/component_impl.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "orvik/bootstrap/root_path.h"
+#include "orvik/module/component_impl.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
 
 namespace Orvik::Testing {

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "bootstrap/process_register.h"
-#include "module/component_factory.h"
-#include "module/component_impl.h"
-#include "module/debug_line.h"
-#include "module/module_exports.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/component_impl.h"
+#include "orvik/module/debug_line.h"
+#include "orvik/module/module_exports.h"
 #include "tests/bootstrap/modules/test_interfaces.h"
 
 namespace Orvik::Testing {

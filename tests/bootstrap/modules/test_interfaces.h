@@ -2,8 +2,8 @@
 // Interfaces shared by the bootstrap tests, the client module and the test
 // factory module.
 
-#include "module/component.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Testing {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "module/component.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik::Testing {
 

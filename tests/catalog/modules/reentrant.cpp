@@ -1,7 +1,7 @@
 // Announces its loading on the debugger output, where a test's sink can
 // re-enter the catalog that is loading it; lists 60.
 
-#include "platform/debug_output.h"
+#include "orvik/platform/debug_output.h"
 #include "tests/catalog/modules/catalog_probe.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // cat_first provides 10, 11 and 30; cat_second provides 20 and 30, and its
 // creator of 21 makes nothing.
 
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 #include "tests/catalog/modules/catalog_probe.h"
 
 namespace Orvik::Testing {

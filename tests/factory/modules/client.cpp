@@ -3,8 +3,8 @@
 
 #include <type_traits>
 
-#include "bootstrap/orvik_ptr.h"
-#include "module/component_impl.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "orvik/module/component_impl.h"
 #include "tests/factory/modules/probe_interfaces.h"
 
 namespace Orvik::Testing {

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <utility>
 
-#include "module/component.h"
-#include "module/component_factory.h"
-#include "module/log_file_info.h"
-#include "platform/platform_api.h"
+#include "orvik/module/component.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/module/log_file_info.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik::Testing {
 

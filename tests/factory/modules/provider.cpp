@@ -2,8 +2,8 @@
 // provides and whether they are singletons (whose creation registers them
 // with the factory as the shared instance of their id).
 
-#include "bootstrap/orvik_ptr.h"
-#include "module/component_impl.h"
+#include "orvik/bootstrap/orvik_ptr.h"
+#include "orvik/module/component_impl.h"
 #include "tests/factory/modules/probe_interfaces.h"
 
 namespace Orvik::Testing {

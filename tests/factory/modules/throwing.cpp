@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 #include "tests/factory/modules/probe_interfaces.h"
 
 namespace Orvik::Testing {

@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 
 namespace Orvik::Testing {
 

@@ -3,10 +3,10 @@
 
 #include <atomic>
 
-#include "platform/debug_output.h"
-#include "platform/module_loader.h"
+#include "orvik/platform/debug_output.h"
+#include "orvik/platform/module_loader.h"
 #include "platform/multibyte.h"
-#include "platform/thread_timer.h"
+#include "orvik/platform/thread_timer.h"
 
 #if defined(_WIN32)
 #define PROBE_EXPORT extern "C" __declspec(dllexport)

@@ -1,7 +1,7 @@
 // A component module whose components do nothing; built once per module
 // with the ids it provides (PROVIDER_IDS).
 
-#include "module/component_impl.h"
+#include "orvik/module/component_impl.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // bootstrap's free functions forward to them; see file_operator.h for what
 // each one does. base is the directory that completes a relative path.
 
-#include "platform/file_system.h"
+#include "orvik/platform/file_system.h"
 
 namespace Orvik {
 namespace Rules {

@@ -1,7 +1,7 @@
 #pragma once
 // Window-less thread timers and the per-thread message dispatch.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

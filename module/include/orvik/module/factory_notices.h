@@ -3,8 +3,8 @@
 // calls; the bootstrap that every module carries with its runtime defines
 // them, since reaching the factory is its business.
 
-#include "module/component.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 

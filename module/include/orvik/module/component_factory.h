@@ -2,10 +2,10 @@
 // The factory's interface. Separately built modules call the factory through
 // this fixed operation order; never reorder or insert.
 
-#include "module/component.h"
-#include "module/log_file_info.h"
-#include "platform/file_system.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/module/log_file_info.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 

@@ -18,9 +18,9 @@
 
 #include <type_traits>
 
-#include "platform/file_system.h"
-#include "util/path_rules.h"
-#include "util/string_manipulate.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/util/path_rules.h"
+#include "orvik/util/string_manipulate.h"
 
 namespace Orvik {
 

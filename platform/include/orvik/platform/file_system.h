@@ -1,8 +1,8 @@
 #pragma once
 // Files and directories.
 
-#include "platform/platform_api.h"
-#include "platform/unique_handle.h"
+#include "orvik/platform/platform_api.h"
+#include "orvik/platform/unique_handle.h"
 
 namespace Orvik {
 namespace Platform {

@@ -5,7 +5,7 @@
 
 #include <cstdarg>
 
-#include "util/string_rules.h"
+#include "orvik/util/string_rules.h"
 
 namespace Orvik {
 

@@ -3,7 +3,7 @@
 // The framework's own messages give only an error number; this record keeps
 // what the loader said beside it.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

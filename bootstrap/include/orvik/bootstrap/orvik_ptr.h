@@ -8,9 +8,9 @@
 // instance of the factory); n = 0 leaves it alive, marked for the module's
 // OrvikDllFreeMap.
 
-#include "bootstrap/factory_bootstrap.h"
-#include "module/module_runtime.h"
-#include "module/registry_path.h"
+#include "orvik/bootstrap/factory_bootstrap.h"
+#include "orvik/module/module_runtime.h"
+#include "orvik/module/registry_path.h"
 
 namespace Orvik {
 

@@ -3,9 +3,9 @@
 // the factory module it was given, or that is already loaded, or that its
 // profile names.
 
-#include "module/component.h"
-#include "module/component_factory.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/module/component_factory.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 

@@ -13,12 +13,12 @@
 #include <map>
 #include <new>
 
-#include "module/component.h"
-#include "module/factory_notices.h"
-#include "module/module_runtime.h"
-#include "platform/debug_output.h"
-#include "platform/lock.h"
-#include "util/bootstrap_helpers.h"
+#include "orvik/module/component.h"
+#include "orvik/module/factory_notices.h"
+#include "orvik/module/module_runtime.h"
+#include "orvik/platform/debug_output.h"
+#include "orvik/platform/lock.h"
+#include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
 

@@ -1,7 +1,7 @@
 #pragma once
 // The re-entrant lock: a thread that holds it may enter it again.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "module/component.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/module_loader.h"
 
 namespace Orvik {
 

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "platform/file_system.h"
-#include "platform/lock.h"
+#include "orvik/platform/file_system.h"
+#include "orvik/platform/lock.h"
 
 namespace Orvik {
 

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "module/component.h"
-#include "module/module_export_list.h"
-#include "platform/module_loader.h"
+#include "orvik/module/component.h"
+#include "orvik/module/module_export_list.h"
+#include "orvik/platform/module_loader.h"
 
 #if defined(_WIN32)
 // The module definition file exports them, with their ordinals.

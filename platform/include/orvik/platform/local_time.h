@@ -1,7 +1,7 @@
 #pragma once
 // The current local time as text.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {

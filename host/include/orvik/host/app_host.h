@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "module/component.h"
-#include "platform/module_loader.h"
-#include "platform/unique_handle.h"
+#include "orvik/module/component.h"
+#include "orvik/platform/module_loader.h"
+#include "orvik/platform/unique_handle.h"
 
 namespace Orvik {
 namespace Host {

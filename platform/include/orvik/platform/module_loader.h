@@ -1,8 +1,8 @@
 #pragma once
 // Loading modules, finding their exports and naming them.
 
-#include "platform/platform_api.h"
-#include "platform/unique_handle.h"
+#include "orvik/platform/platform_api.h"
+#include "orvik/platform/unique_handle.h"
 
 namespace Orvik {
 namespace Platform {

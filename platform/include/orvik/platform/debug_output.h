@@ -1,7 +1,7 @@
 #pragma once
 // The debugger output of the process.
 
-#include "platform/platform_api.h"
+#include "orvik/platform/platform_api.h"
 
 namespace Orvik {
 namespace Platform {
