@@ -27,7 +27,7 @@ foreach(kind module host)
     set(libs "-L\${libdir} ${whole_runtime} ${platform_libs} ${module_exports}")
   else()
     set(description "A program that runs an Orvik application")
-    set(cflags "${pc_cflags}")
+    set(cflags "${pc_cflags} -DORVIK_HOST_PROGRAM")
     set(libs "-L\${libdir} -lorvik_host ${platform_libs}")
   endif()
   file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/orvik-${kind}.pc CONTENT [[

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Builds the .deb packages (scripts/package.sh deb) and checks them without
-# installing them: lintian reports no error, the runtime package holds the
-# platform library under its soname, the factory module, the orvik command
-# and its manual page and nothing for building, the -dev package holds what
-# building needs and no runtime file, and each carries its copyright and
-# changelogs. The last line says how many checks passed and failed. Run by
-# run-all-tests.sh.
+# Builds the .deb packages (scripts/package.sh deb) and checks them: lintian
+# reports no error, the runtime package holds the platform library under its
+# soname, the factory module, the orvik command and its manual page and
+# nothing for building, the -dev package holds what building needs and no
+# runtime file, and each carries its copyright and changelogs. Then it
+# installs both with apt-get, as a user would: orvik --version and man orvik
+# answer, and the downstream project (tests/downstream) builds against
+# /usr and passes its tests; the packages are removed again afterwards. The
+# last line says how many checks passed and failed. Run by run-all-tests.sh.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -92,6 +94,47 @@ check dev.contents holds "$dev_files" "^/usr/lib/[^/]+/libOrvikPlatform.so\$" "^
   "${docs[@]/#/^/usr/share/doc/$dev_name/}"
 check dev.no_runtime_file lacks "$dev_files" '\.so\.[0-9]|OrvFact\.dll$|^/usr/bin/|^/usr/share/man/'
 check dev.depends_on_runtime dev_depends_on_runtime
+
+# The installed packages, as a user meets them.
+installed=0
+remove_packages() {
+  [ "$installed" -eq 1 ] && DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "$dev_name" "$runtime_name" >/dev/null
+}
+trap remove_packages EXIT
+
+installs() {
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$PWD/$runtime" "$PWD/$dev" >"$work/install.log" 2>&1 \
+    || { cat "$work/install.log"; return 1; }
+  installed=1
+}
+
+version_answers() {
+  local expected
+  expected=$(dpkg-deb -f "$runtime" Version)
+  /usr/bin/orvik --version | tee "$work/version.log" | grep -qF "${expected%%-*}"
+}
+
+manual_answers() {
+  MANPAGER=cat man orvik 2>/dev/null | grep -q 'orvik resolve'
+}
+
+downstream_builds() {
+  local dir=$work/downstream
+  rm -rf "$dir"
+  cmake -S tests/downstream -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$work/downstream.log" 2>&1 \
+    && cmake --build "$dir" >>"$work/downstream.log" 2>&1 \
+    && ctest --test-dir "$dir" --output-on-failure >>"$work/downstream.log" 2>&1 \
+    || { cat "$work/downstream.log"; return 1; }
+  # The framework came from the packages, not from a build tree.
+  grep -q 'Orvik_DIR:PATH=/usr/lib/' "$dir/CMakeCache.txt"
+}
+
+check installed.with_apt_get installs
+if [ "$installed" -eq 1 ]; then
+  check installed.version version_answers
+  check installed.manual_page manual_answers
+  check installed.downstream_project downstream_builds
+fi
 
 echo "Deb tests: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]

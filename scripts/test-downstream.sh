@@ -77,6 +77,18 @@ check() {
   fi
 }
 
+# refused CXX CFLAGS: passes when a program using TOrvikPtr does not compile
+# with CFLAGS (the host's) and the compiler names what to use instead.
+refused() {
+  local out
+  # shellcheck disable=SC2086
+  if out=$($1 -fsyntax-only tests/host/host_using_orvik_ptr.cpp $2 2>&1); then
+    echo "FAILED: a program using TOrvikPtr compiled"
+    return 1
+  fi
+  grep -q 'a host program obtains components through Orvik::Host::AppHost' <<<"$out" || { echo "$out"; echo FAILED; return 1; }
+}
+
 # plain LABEL PREFIX CXX RUNTIME [RUNNER OBJDUMP]: builds the modules and
 # the host with plain compiler lines from the pkg-config files of PREFIX,
 # copies the framework's RUNTIME files next to them and runs each scenario
@@ -100,6 +112,8 @@ plain() {
   fi
   # shellcheck disable=SC2086
   cp $sources/Orvik.ini $runtime "$dir"/
+  check "$label.orvik_ptr_refused_in_a_program" refused "$cxx" \
+    "$(PKG_CONFIG_LIBDIR=$prefix/lib/pkgconfig pkg-config --cflags orvik-host)"
   local host=./text_host
   if [ -n "$runner" ]; then
     host="$runner ./text_host.exe"

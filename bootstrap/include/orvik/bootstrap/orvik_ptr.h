@@ -8,6 +8,12 @@
 // instance of the factory); n = 0 leaves it alive, marked for the module's
 // OrvikDllFreeMap.
 
+// A program is no component module: it carries no factory bootstrap for
+// TOrvikPtr to link against. Orvik::host marks what it builds.
+#if defined(ORVIK_HOST_PROGRAM)
+#error "TOrvikPtr is for code inside component modules; a host program obtains components through Orvik::Host::AppHost (orvik/host/app_host.h) and its app module"
+#endif
+
 #include "orvik/bootstrap/factory_bootstrap.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/module/registry_path.h"
