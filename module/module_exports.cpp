@@ -13,7 +13,7 @@ using Orvik::OutputDebugLine;
 
 // What a creator throws (a constructor, an allocation) stays in the module
 // and reads as a creator that returned null.
-Orvik::IComponent* CreateComponent(int32_t componentId, uint32_t creatorId)
+Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
 try {
     const Orvik::ModuleCallScope inside;
     const Orvik::CreatorFunction creator = Orvik::FindCreator(static_cast<Orvik::ComponentId>(componentId));
@@ -41,7 +41,7 @@ try {
     return nullptr;
 }
 
-int32_t GetComponentIDs(uint32_t* ids, int32_t max)
+int32_t ORVIK_CDECL GetComponentIDs(uint32_t* ids, int32_t max)
 {
     ModuleLockGuard guard;
     const Orvik::ModuleState& state = Orvik::State();
@@ -52,7 +52,7 @@ int32_t GetComponentIDs(uint32_t* ids, int32_t max)
     return static_cast<int32_t>(count);
 }
 
-int32_t SetDLLRegistry(const char* path)
+int32_t ORVIK_CDECL SetDLLRegistry(const char* path)
 {
     // A catalog hands its path over at every request for a section's module;
     // the same path again changes nothing and needs no lock.
@@ -63,13 +63,13 @@ int32_t SetDLLRegistry(const char* path)
     return 0;
 }
 
-void SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().factoryModule = handle; }
+void ORVIK_CDECL SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().factoryModule = handle; }
 
-void OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
+void ORVIK_CDECL OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
 
-int32_t OrvikDllCanUnloadNow() { return Orvik::ModuleCanUnloadNow() ? 1 : 0; }
+int32_t ORVIK_CDECL OrvikDllCanUnloadNow() { return Orvik::ModuleCanUnloadNow() ? 1 : 0; }
 
-void OrvikDllFreeMap()
+void ORVIK_CDECL OrvikDllFreeMap()
 {
     try {
         const Orvik::ModuleCallScope inside;

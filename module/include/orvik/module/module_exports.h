@@ -1,6 +1,7 @@
 #pragma once
-// The seven functions every component module exports, with C linkage and
-// undecorated names, and the one way other modules find them.
+// The seven functions every component module exports, with C linkage, the C
+// calling convention and undecorated names, and the one way other modules
+// find them.
 
 #include <cstdint>
 
@@ -15,7 +16,17 @@
 #define ORVIK_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
-#define ORVIK_DECLARE_EXPORT(ordinal, name, result, parameters) ORVIK_MODULE_EXPORT result name parameters;
+// Spelled out, because a module may be built with another default (stdcall
+// on 32-bit Windows), and its caller must still agree on who pops the
+// arguments. It goes between the result and the name, and before the * of a
+// function pointer. x86_64 Windows has a single convention and ignores it.
+#if defined(_WIN32)
+#define ORVIK_CDECL __cdecl
+#else
+#define ORVIK_CDECL
+#endif
+
+#define ORVIK_DECLARE_EXPORT(ordinal, name, result, parameters) ORVIK_MODULE_EXPORT result ORVIK_CDECL name parameters;
 ORVIK_MODULE_EXPORT_LIST(ORVIK_DECLARE_EXPORT)
 #undef ORVIK_DECLARE_EXPORT
 
@@ -26,7 +37,7 @@ namespace Orvik {
 namespace Exports {
 #define ORVIK_DESCRIBE_EXPORT(ordinal, name, result, parameters) \
     struct name {                                                \
-        using Function = result(*) parameters;                   \
+        using Function = result(ORVIK_CDECL*) parameters;        \
         static constexpr const char* kName = #name;              \
     };
 ORVIK_MODULE_EXPORT_LIST(ORVIK_DESCRIBE_EXPORT)
