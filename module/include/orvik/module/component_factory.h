@@ -27,7 +27,7 @@ public:
     /// configPath (null or empty: the default catalog) gives them; a path no
     /// request has named yet leaves both as the caller set them. When the
     /// log-file mask is not 0, *info becomes the factory's log-file record,
-    /// with the log file opened on first use and the limits of the default
+    /// with a log file opened unless one is, and the limits of the default
     /// configuration; else, and once shutdown has begun, null.
     virtual void QueryLogSetting(const char* configPath, ComponentId id, uint32_t* debugOutputMask,
                                  uint32_t* logFileMask, LogFileInfo** info) = 0;
@@ -44,9 +44,10 @@ public:
     /// agrees and no creation through it is under way: 1, else 0.
     virtual int32_t TryUnloadModule(Platform::ModuleHandle module) = 0;
     /// The module's last live component is gone: the catalogs forget its
-    /// entry points and the module waits for a thread timer of the calling
-    /// thread, about 100 ms, to try to unload it. That thread must dispatch
-    /// its messages (Platform::DispatchMessagesFor or a message loop).
+    /// entry points and the module waits for the unload timer, which ticks
+    /// every 100 ms and which the calling thread starts unless it runs. The
+    /// timer's thread must dispatch its messages
+    /// (Platform::DispatchMessagesFor or a message loop).
     virtual void NotifyModuleIdle(Platform::ModuleHandle module) = 0;
     /// Log files go below path\\OrvikLog\\ from now on. Null, empty or a path
     /// too long for 260 bytes changes nothing.

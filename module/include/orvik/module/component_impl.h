@@ -44,8 +44,8 @@ public:
     }
 
 protected:
-    /// Deletes the objects of the map and empties it; the component's final
-    /// Release does so after Uninitialize.
+    /// Deletes the objects of the map and empties it; the Release that
+    /// finalises the component does so after Uninitialize.
     void DeleteOwnedObjectMap()
     {
         for (auto& entry : ownedObjectMap_) delete entry.second;
@@ -201,8 +201,8 @@ protected:
     std::atomic<uint32_t> autoRelease_{0};
 
 private:
-    /// The platform's lock rather than a standard mutex, whose failure path
-    /// would bring the run-time's error classes into every module.
+    // The platform's lock rather than a standard mutex, whose failure path
+    // would bring the run-time's error classes into every module.
     static Platform::CriticalSection& SingletonLock()
     {
         static Platform::OwnedLock lock;

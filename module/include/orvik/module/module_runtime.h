@@ -33,9 +33,9 @@ void RemoveLiveComponent(const void* component, int32_t requestUnload);
 /// Writes one line per component still live; releases nothing.
 void ReportLeaks();
 
-/// The module lock: re-entrant for the thread that holds it. It guards the
-/// module's own tables only and is never held while another module's code
-/// runs.
+/// Enters the module lock, re-entrant for the thread that holds it. It
+/// guards the module's own tables only and is never held while another
+/// module's code runs.
 void EnterModuleLock();
 /// Leaves the module lock once for every EnterModuleLock.
 void LeaveModuleLock();

@@ -136,9 +136,9 @@ private:
         return static_cast<const T&>(*this).GetBaseDirectory();
     }
 
-    /// The base directory only where it completes a relative path: asking
-    /// for it may have costs (the catalog's is the process root path, which
-    /// may mean obtaining the factory).
+    // The base directory only where it completes a relative path: asking
+    // for it may have costs (the catalog's is the process root path, which
+    // may mean obtaining the factory).
     const char* BaseFor(const char* path) const { return Rules::IsRelativePath(path) ? Base() : ""; }
 
     static void Found(void* self, const Platform::FindData& data, void* context)
