@@ -32,7 +32,8 @@ struct LogFileInfo {
     Platform::CriticalSection* lock;
     /// The log file: invalid (all bits set) when none is open yet or opening
     /// failed, 0 once closed. On Windows the system's file handle; on POSIX
-    /// written through Platform::WriteToFile only.
+    /// used only through the platform's calls (Platform::WriteToFile,
+    /// Platform::GetFileSizeLow).
     Platform::FileHandle file;
     uint32_t maxFileSize;   ///< Bytes a log file may grow to ("MaxFileSize").
     uint32_t maxFileCount;  ///< Log files kept at shutdown ("MaxFileCount").
