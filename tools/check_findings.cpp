@@ -71,8 +71,8 @@ public:
         CapturedLines captured;
         if (guessed_) {
             Add(Severity::Note, "current-directory", "configuration file",
-                "Orvik.ini in the current directory; a program reads the Orvik.ini beside its executable: name "
-                "the program with --program to check that one");
+                "the Orvik.ini of the current directory; a program reads the one beside its executable "
+                "(--program PROGRAM)");
         }
         // The factory reads the file through its redirects.
         const ProfileChain chain = TraceProfileChain(report_.start, &Rules::IsBlankString);
