@@ -8,7 +8,6 @@
 #include "tools/catalog_reading.h"
 #include "tools/module_probe.h"
 #include "tools/profile_chain.h"
-#include "tools/symbol_names.h"
 #include "orvik/util/bootstrap_helpers.h"
 #include "orvik/util/string_rules.h"
 
@@ -48,11 +47,11 @@ bool IsComment(const IgnoredLineEntry& ignored)
 
 std::string ExtraExportsText(const ModuleProbe& probe)
 {
-    // A few names tell what leaked; all of them would drown the report.
+    // A few raw names tell what leaked; "orvik module" lists them all, readable.
     constexpr size_t kShown = 3;
     std::string names;
     for (size_t i = 0; i < probe.extraExports.size() && i < kShown; ++i) {
-        names += (i == 0 ? "" : ", ") + ReadableSymbol(probe.extraExports[i]);
+        names += (i == 0 ? "" : ", ") + probe.extraExports[i];
     }
     if (probe.extraExports.size() > kShown) names += ", ...";
     return "exports " + std::to_string(probe.extraExports.size()) + " names besides the seven: " + names;
