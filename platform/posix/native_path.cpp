@@ -9,12 +9,33 @@
 namespace Orvik {
 namespace Platform {
 
+namespace {
+
+// Every lead byte is above 0x80: text without such bytes needs no care for
+// double-byte characters, and every load and lookup of a module passes here.
+bool IsSevenBit(const char* text)
+{
+    for (; *text != '\0'; ++text) {
+        if (static_cast<unsigned char>(*text) >= 0x80) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
 std::string ToNativePath(const char* path)
 {
     if (path == nullptr) return std::string();
     if (std::isalpha(static_cast<unsigned char>(path[0])) && path[1] == ':') path += 2;
+    std::string native(path);
+    bool sevenBit = true;
+    for (char& c : native) {
+        sevenBit = sevenBit && static_cast<unsigned char>(c) < 0x80;
+        if (c == '\\') c = '/';
+    }
+    if (sevenBit) return native;
+    native.clear();
     // The trail byte of a double-byte character may be 0x5C; it stays.
-    std::string native;
     for (const char* p = path; *p != '\0'; ++p) {
         if (IsLeadByte(static_cast<unsigned char>(*p)) && p[1] != '\0') {
             native += *p++;
@@ -37,6 +58,12 @@ std::string FromNativePath(const std::string& path)
 const char* FileNamePart(const char* path)
 {
     const char* name = path;
+    if (IsSevenBit(path)) {
+        for (const char* p = path; *p != '\0'; ++p) {
+            if (*p == '/' || *p == '\\') name = p + 1;
+        }
+        return name;
+    }
     for (const char* p = path; *p != '\0'; ++p) {
         if (IsLeadByte(static_cast<unsigned char>(*p)) && p[1] != '\0') {
             ++p;
