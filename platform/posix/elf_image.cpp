@@ -19,20 +19,40 @@ bool MemoryElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) cons
     return true;
 }
 
-FileElfImage::FileElfImage(int descriptor, uint64_t size) : ElfImage(size), descriptor_(descriptor) {}
+namespace {
+
+constexpr uint64_t kHeadBytes = 64 * 1024;
+
+// Reads count bytes at offset, fewer only at the end of the file or on an
+// error; the number read.
+uint64_t ReadAt(int descriptor, unsigned char* bytes, uint64_t count, uint64_t offset)
+{
+    uint64_t done = 0;
+    while (done < count) {
+        const ssize_t got = pread(descriptor, bytes + done, static_cast<size_t>(count - done),
+                                  static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        done += static_cast<uint64_t>(got);
+    }
+    return done;
+}
+
+}  // namespace
+
+FileElfImage::FileElfImage(int descriptor, uint64_t size) : ElfImage(size), descriptor_(descriptor)
+{
+    head_.resize(static_cast<size_t>(size < kHeadBytes ? size : kHeadBytes));
+    head_.resize(static_cast<size_t>(ReadAt(descriptor, head_.data(), head_.size(), 0)));
+}
 
 bool FileElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) const
 {
-    auto* bytes = static_cast<unsigned char*>(out);
-    while (count > 0) {
-        const ssize_t got = pread(descriptor_, bytes, static_cast<size_t>(count), static_cast<off_t>(offset));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        bytes += got;
-        offset += static_cast<uint64_t>(got);
-        count -= static_cast<uint64_t>(got);
+    if (offset + count <= head_.size()) {
+        if (count > 0) std::memcpy(out, head_.data() + offset, static_cast<size_t>(count));
+        return true;
     }
-    return true;
+    return ReadAt(descriptor_, static_cast<unsigned char*>(out), count, offset) == count;
 }
 
 }  // namespace Platform

@@ -60,7 +60,9 @@ private:
 };
 
 // An open file of the size fstat reported. A file that shrinks meanwhile
-// reads short, which fails the read.
+// reads short, which fails the read. The headers and tables the check reads
+// lie near the start of a module: the file's first bytes are read at once,
+// the rest as asked.
 class FileElfImage final : public ElfImage {
 public:
     FileElfImage(int descriptor, uint64_t size);
@@ -69,6 +71,7 @@ private:
     bool ReadInside(uint64_t offset, void* out, uint64_t count) const override;
 
     int descriptor_;
+    std::vector<unsigned char> head_;
 };
 
 }  // namespace Platform

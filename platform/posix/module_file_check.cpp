@@ -101,9 +101,12 @@ bool IsLoadedByName(const std::string& name)
 std::string FindDependency(const std::string& name, const std::vector<std::string>& directories)
 {
     if (name.find('/') != std::string::npos) return name;
+    // Most needed names are loaded already (the run-time, the platform
+    // library): the loader answers those without a look at the directories.
+    if (IsLoadedByName(name)) return std::string();
     for (const std::string& directory : directories) {
         const std::string candidate = directory + "/" + name;
-        if (IsRegularFile(candidate)) return IsLoadedByName(name) ? std::string() : candidate;
+        if (IsRegularFile(candidate)) return candidate;
     }
     return std::string();
 }
