@@ -133,7 +133,7 @@ std::string World::LoadUnmanaged()
         if (module == nullptr) return std::string("cannot load ") + file;
         idleModules_.push_back(module);
     }
-    plainPath_ = (directory / "bench_plain.dll").string();
+    plainPath_ = (directory / "bench_plain.dll").make_preferred().string();
     plainModule_ = Native::Open(plainPath_.c_str());
     if (plainModule_ == nullptr || Native::Symbol(plainModule_, kPlainCreateName) == nullptr) {
         return "cannot load bench_plain.dll";

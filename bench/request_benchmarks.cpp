@@ -10,15 +10,11 @@
 #include <ctime>
 
 #include "bench/bench_names.h"
-#include "bench/floors.h"
-#include "bench/modules/plain_probe.h"
+#include "bench/operations.h"
 
 namespace Orvik::Bench {
 
 namespace {
-
-// One operation on the world; true when it answered right.
-using Work = bool (*)(World& world, int32_t x);
 
 // The world crowded as asked, or null after failing the benchmark.
 World* Prepare(benchmark::State& state, const Crowding& crowding)
@@ -39,30 +35,6 @@ void Finish(benchmark::State& state, const World& world, size_t linesBefore, int
     } else if (world.debugLines() != linesBefore) {
         state.SkipWithError(("debugger line: " + world.lastDebugLine()).c_str());
     }
-}
-
-// The floors: no framework code runs in them.
-bool InModuleFloor(World& world, int32_t x) { return world.client()->InModuleFloor(x) == x + kClientTag; }
-bool CrossModuleFloor(World& world, int32_t x) { return world.client()->CrossModuleFloor(x) == x + kPlainTag; }
-bool LoaderLookupsFloor(World& world, int32_t) { return LoaderLookups(world.sectionModule()) == 3; }
-bool CrossModuleAndLookupsFloor(World& world, int32_t x)
-{
-    return CrossModuleFloor(world, x) && LoaderLookupsFloor(world, x);
-}
-bool IdleCycleFloor(World& world, int32_t x) { return LoaderIdleCycle(world.plainModulePath(), x) == x + kPlainTag; }
-// A gauge that makes nothing: a call of a held component.
-bool HeldCall(World& world, int32_t x) { return world.client()->HeldCall(x) == x + kScannedTag; }
-
-// The framework's module-side costs.
-bool OrvikInModule(World& world, int32_t x) { return world.client()->OrvikInModule(x) == x + kClientTag; }
-bool OrvikCrossModule(World& world, int32_t x) { return world.client()->OrvikCrossModule(x) == x + kScannedTag; }
-bool OrvikLookups(World& world, int32_t) { return world.client()->ExportLookups(world.sectionModule()) == 3; }
-
-// The requests, as the client module's code makes them.
-template <int32_t (IBenchClient::*Operation)(int32_t), int32_t Tag>
-bool Request(World& world, int32_t x)
-{
-    return (world.client()->*Operation)(x) == x + Tag;
 }
 
 double SecondsSince(std::clock_t start) { return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC; }
@@ -160,12 +132,6 @@ void AddRegistered(const char* base, Work work, Crowding crowding)
     benchmark::RegisterBenchmark(NameAt(base, crowding).c_str(), MeasureRegistered, work, crowding)->UseManualTime();
 }
 
-constexpr Work kSectionRequest = Request<&IBenchClient::SectionRequest, kSectionTag>;
-constexpr Work kScannedRequest = Request<&IBenchClient::ScannedRequest, kScannedTag>;
-constexpr Work kSharedRequest = Request<&IBenchClient::SharedRequest, kSharedTag>;
-constexpr Work kIdleScannedRequest = Request<&IBenchClient::IdleScannedRequest, kIdleScannedTag>;
-constexpr Work kIdleSectionRequest = Request<&IBenchClient::IdleSectionRequest, kIdleSectionTag>;
-
 }  // namespace
 
 // Registered in the order they run: the process only grows more crowded.
@@ -181,26 +147,26 @@ void RegisterRequestBenchmarks()
     AddOperation(kOrvikCrossModule, OrvikCrossModule, kQuiet, CrossModuleFloor);
     AddOperation(kExportLookups, OrvikLookups, kQuiet, LoaderLookupsFloor);
 
-    AddOperation(kScannedPtr, kScannedRequest, kQuiet, CrossModuleFloor);
-    AddOperation(kScannedDirect, Request<&IBenchClient::ScannedDirect, kScannedTag>, kQuiet, CrossModuleFloor);
-    AddRegistered(kRegisteredPtr, kSharedRequest, kQuiet);
-    AddRegistered(kRegisteredDirect, Request<&IBenchClient::SharedDirect, kSharedTag>, kQuiet);
-    AddOperation(kSectionDirect, Request<&IBenchClient::SectionDirect, kSectionTag>, kQuiet,
+    AddOperation(kScannedPtr, RequestScanned, kQuiet, CrossModuleFloor);
+    AddOperation(kScannedDirect, DirectScanned, kQuiet, CrossModuleFloor);
+    AddRegistered(kRegisteredPtr, RequestShared, kQuiet);
+    AddRegistered(kRegisteredDirect, DirectShared, kQuiet);
+    AddOperation(kSectionDirect, DirectSection, kQuiet,
                  CrossModuleAndLookupsFloor);
-    AddOperation(kSectionPtr, kSectionRequest, kQuiet, CrossModuleAndLookupsFloor);
-    AddOperation(kIdleScanned, kIdleScannedRequest, kQuiet, IdleCycleFloor);
-    AddOperation(kIdleSection, kIdleSectionRequest, kQuiet, IdleCycleFloor);
+    AddOperation(kSectionPtr, RequestSection, kQuiet, CrossModuleAndLookupsFloor);
+    AddOperation(kIdleScanned, RequestIdleScanned, kQuiet, IdleCycleFloor);
+    AddOperation(kIdleSection, RequestIdleSection, kQuiet, IdleCycleFloor);
 
-    AddOperation(kIdleScanned, kIdleScannedRequest, kFiftyMoreObjects, IdleCycleFloor);
-    AddOperation(kIdleSection, kIdleSectionRequest, kFiftyMoreObjects, IdleCycleFloor);
+    AddOperation(kIdleScanned, RequestIdleScanned, kFiftyMoreObjects, IdleCycleFloor);
+    AddOperation(kIdleSection, RequestIdleSection, kFiftyMoreObjects, IdleCycleFloor);
 
-    AddOperation(kSectionPtr, kSectionRequest, kManyObjects, CrossModuleAndLookupsFloor);
+    AddOperation(kSectionPtr, RequestSection, kManyObjects, CrossModuleAndLookupsFloor);
     AddOperation(kExportLookups, OrvikLookups, kManyObjects, LoaderLookupsFloor);
-    AddOperation(kScannedPtr, kScannedRequest, kManyObjects, CrossModuleFloor);
-    AddRegistered(kRegisteredPtr, kSharedRequest, kManyObjects);
+    AddOperation(kScannedPtr, RequestScanned, kManyObjects, CrossModuleFloor);
+    AddRegistered(kRegisteredPtr, RequestShared, kManyObjects);
 
-    AddRegistered(kRegisteredPtr, kSharedRequest, kManyInstances);
-    AddOperation(kScannedPtr, kScannedRequest, kManyInstances, CrossModuleFloor);
+    AddRegistered(kRegisteredPtr, RequestShared, kManyInstances);
+    AddOperation(kScannedPtr, RequestScanned, kManyInstances, CrossModuleFloor);
 }
 
 }  // namespace Orvik::Bench

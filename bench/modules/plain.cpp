@@ -4,7 +4,11 @@
 
 #include "bench/modules/plain_probe.h"
 
+#if defined(_WIN32)
+#define PLAIN_EXPORT extern "C" __declspec(dllexport)
+#else
 #define PLAIN_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
 
 PLAIN_EXPORT Orvik::Bench::PlainProbe* PlainCreate(int32_t id)
 {
