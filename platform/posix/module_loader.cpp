@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -31,17 +30,12 @@ std::string WithDefaultExtension(std::string name)
 }
 
 // An absolute path without empty, "." or ".." components and without a
-// final slash is its own normal form.
+// final slash is its own normal form; a name that merely begins with a dot
+// takes the long way too.
 bool IsAbsoluteNormal(const std::string& path)
 {
-    if (path.size() < 2 || path[0] != '/' || path.back() == '/') return false;
-    for (size_t slash = 0; slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        const size_t end = std::min(path.find('/', slash + 1), path.size());
-        const size_t length = end - slash - 1;
-        if (length == 0) return false;
-        if (path[slash + 1] == '.' && (length == 1 || (length == 2 && path[slash + 2] == '.'))) return false;
-    }
-    return true;
+    return path.size() > 1 && path[0] == '/' && path.back() != '/' && path.find("/.") == std::string::npos &&
+           path.find("//") == std::string::npos;
 }
 
 std::string AbsoluteNormalPath(const std::string& path)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 namespace Orvik {
 namespace Platform {
@@ -13,12 +14,12 @@ namespace {
 
 // Every lead byte is above 0x80: text without such bytes needs no care for
 // double-byte characters, and every load and lookup of a module passes here.
-bool IsSevenBit(const char* text)
+// No early exit, so that the compiler can take many bytes at a time.
+bool IsSevenBit(const char* text, size_t length)
 {
-    for (; *text != '\0'; ++text) {
-        if (static_cast<unsigned char>(*text) >= 0x80) return false;
-    }
-    return true;
+    unsigned char any = 0;
+    for (size_t i = 0; i < length; ++i) any |= static_cast<unsigned char>(text[i]);
+    return any < 0x80;
 }
 
 }  // namespace
@@ -28,12 +29,10 @@ std::string ToNativePath(const char* path)
     if (path == nullptr) return std::string();
     if (std::isalpha(static_cast<unsigned char>(path[0])) && path[1] == ':') path += 2;
     std::string native(path);
-    bool sevenBit = true;
-    for (char& c : native) {
-        sevenBit = sevenBit && static_cast<unsigned char>(c) < 0x80;
-        if (c == '\\') c = '/';
+    if (IsSevenBit(native.data(), native.size())) {
+        std::replace(native.begin(), native.end(), '\\', '/');
+        return native;
     }
-    if (sevenBit) return native;
     native.clear();
     // The trail byte of a double-byte character may be 0x5C; it stays.
     for (const char* p = path; *p != '\0'; ++p) {
@@ -58,11 +57,11 @@ std::string FromNativePath(const std::string& path)
 const char* FileNamePart(const char* path)
 {
     const char* name = path;
-    if (IsSevenBit(path)) {
-        for (const char* p = path; *p != '\0'; ++p) {
-            if (*p == '/' || *p == '\\') name = p + 1;
-        }
-        return name;
+    if (IsSevenBit(path, std::strlen(path))) {
+        const char* slash = std::strrchr(path, '/');
+        const char* backslash = std::strrchr(path, '\\');
+        const char* last = slash > backslash ? slash : backslash;
+        return last != nullptr ? last + 1 : path;
     }
     for (const char* p = path; *p != '\0'; ++p) {
         if (IsLeadByte(static_cast<unsigned char>(*p)) && p[1] != '\0') {
