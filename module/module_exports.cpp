@@ -32,7 +32,7 @@ try {
     }
     ModuleLockGuard guard;
     if (LiveComponentMap* live = Orvik::LiveMap()) {
-        (*live)[component] = ComponentInstanceInfo{componentId, creatorId, component};
+        live->Insert(ComponentInstanceInfo{componentId, creatorId, component});
     }
     return component;
 } catch (...) {

@@ -29,8 +29,19 @@ std::string WithDefaultExtension(std::string name)
     return name;
 }
 
+// An absolute path without empty, "." or ".." components and without a
+// final slash is its own normal form; a name that merely begins with a dot
+// takes the long way too.
+bool IsAbsoluteNormal(const std::string& path)
+{
+    return path.size() > 1 && path[0] == '/' && path.back() != '/' && path.find("/.") == std::string::npos &&
+           path.find("//") == std::string::npos;
+}
+
 std::string AbsoluteNormalPath(const std::string& path)
 {
+    // Every load by path comes here; most paths are normal already.
+    if (IsAbsoluteNormal(path)) return path;
     std::error_code error;
     std::filesystem::path absolute = std::filesystem::absolute(path, error);
     if (error) return path;
@@ -54,10 +65,13 @@ bool IsRegularFile(const std::string& path)
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-ModuleHandle OpenModuleFile(const std::string& path)
+ModuleHandle OpenModuleFile(const std::string& path, bool held)
 {
-    // A truncated or damaged file is refused before the loader maps it.
-    const uint32_t refusal = CheckModuleFile(path);
+    // A truncated or damaged file is refused before the loader maps it. A
+    // module held from that very path is handed out again by the loader
+    // without reading the file: neither the file nor the list of loaded
+    // objects is looked at.
+    const uint32_t refusal = held ? kErrorSuccess : CheckModuleFile(path);
     if (refusal != kErrorSuccess) {
         SetLastErrorCode(refusal);
         return nullptr;
@@ -131,7 +145,8 @@ static ModuleHandle LoadModuleFile(const char* path)
     const std::string name = WithDefaultExtension(ToNativePath(given.c_str()));
     if (name.find('/') != std::string::npos) {
         const std::string file = AbsoluteNormalPath(name);
-        if (IsRegularFile(file)) return OpenModuleFile(file);
+        const bool held = IsHeldPath(file);
+        if (held || IsRegularFile(file)) return OpenModuleFile(file, held);
         SetLastErrorCode(LoadFailureReason(file));
         return nullptr;
     }
@@ -139,10 +154,10 @@ static ModuleHandle LoadModuleFile(const char* path)
     // A bare name: a module of that name already loaded wins, then the
     // executable's directory, the current directory, the library path.
     LoadedModule loaded;
-    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path);
+    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, IsHeldPath(loaded.path));
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
-        if (IsRegularFile(file)) return OpenModuleFile(file);
+        if (IsRegularFile(file)) return OpenModuleFile(file, IsHeldPath(file));
     }
     // The loader found the file on its library path; its list of loaded
     // objects tells where. (The list is read through the loader's own walk:
@@ -168,9 +183,13 @@ ModuleHandle LoadModule(const char* path)
 ExportedFunction FindExport(ModuleHandle module, const char* name)
 {
     if (module == nullptr) module = MainProgram();
-    // A module the platform holds a reference to is loaded; any other handle
-    // is looked for among all the loaded objects.
-    const bool held = module == MainProgram() || FindHeldModule(module, nullptr);
+    // A module the platform holds a reference to is loaded, and answers from
+    // the exports found in it before; any other handle is looked for among
+    // all the loaded objects.
+    void* symbol = nullptr;
+    const bool held = module == MainProgram() || (name != nullptr ? FindKnownExport(module, name, &symbol)
+                                                                  : FindHeldModule(module, nullptr));
+    if (symbol != nullptr) return reinterpret_cast<ExportedFunction>(symbol);
     LoadedModule owner;
     if (!held && !FindModuleByHandle(module, &owner)) {
         SetLastErrorCode(kErrorModuleNotFound);
@@ -178,13 +197,13 @@ ExportedFunction FindExport(ModuleHandle module, const char* name)
     }
     // dlsym also searches the module's dependencies; only the module's own
     // exports count.
-    void* symbol = nullptr;
     if (name != nullptr) symbol = held ? dlsym(module, name) : SymbolOfModuleNotHeld(module, owner.path, name);
     if (symbol != nullptr && ModuleHolding(symbol) != module) symbol = nullptr;
     if (symbol == nullptr) {
         SetLastErrorCode(kErrorProcedureNotFound);
         return nullptr;
     }
+    if (held && module != MainProgram()) RememberExport(module, name, symbol);
     return reinterpret_cast<ExportedFunction>(symbol);
 }
 

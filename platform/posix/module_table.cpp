@@ -1,7 +1,10 @@
 #include "platform/posix/module_table.h"
 
+#include <cstring>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace Orvik {
 namespace Platform {
@@ -11,6 +14,9 @@ namespace {
 struct HeldModule {
     std::string path;
     uint32_t references;
+    // A module asks for few exports, always the same ones: a short list
+    // beats hashing the name.
+    std::vector<std::pair<std::string, void*>> exports;
 };
 
 struct ModuleTable {
@@ -18,6 +24,8 @@ struct ModuleTable {
     // finalisation, which may load or free modules in turn.
     std::mutex lock;
     std::unordered_map<ModuleHandle, HeldModule> modules;
+    // The first path of each held module.
+    std::unordered_map<std::string, ModuleHandle> paths;
 };
 
 ModuleTable& Table()
@@ -32,7 +40,8 @@ void AddModuleReference(ModuleHandle module, std::string path)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
-    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0});
+    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0, {}});
+    if (inserted.second) table.paths.emplace(inserted.first->second.path, module);
     ++inserted.first->second.references;
 }
 
@@ -42,7 +51,11 @@ bool DropModuleReference(ModuleHandle module)
     std::lock_guard<std::mutex> guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
-    if (--held->second.references == 0) table.modules.erase(held);
+    if (--held->second.references == 0) {
+        const auto path = table.paths.find(held->second.path);
+        if (path != table.paths.end() && path->second == module) table.paths.erase(path);
+        table.modules.erase(held);
+    }
     return true;
 }
 
@@ -54,6 +67,41 @@ bool FindHeldModule(ModuleHandle module, std::string* path)
     if (held == table.modules.end()) return false;
     if (path != nullptr) *path = held->second.path;
     return true;
+}
+
+bool IsHeldPath(const std::string& path)
+{
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    return table.paths.count(path) != 0;
+}
+
+bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
+{
+    *symbol = nullptr;
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const auto held = table.modules.find(module);
+    if (held == table.modules.end()) return false;
+    for (const auto& known : held->second.exports) {
+        if (std::strcmp(known.first.c_str(), name) == 0) {
+            *symbol = known.second;
+            break;
+        }
+    }
+    return true;
+}
+
+void RememberExport(ModuleHandle module, const char* name, void* symbol)
+{
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const auto held = table.modules.find(module);
+    if (held == table.modules.end()) return;
+    for (const auto& known : held->second.exports) {
+        if (std::strcmp(known.first.c_str(), name) == 0) return;  // another thread was first
+    }
+    held->second.exports.emplace_back(name, symbol);
 }
 
 }  // namespace Platform
