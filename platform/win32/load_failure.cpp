@@ -11,6 +11,8 @@
 
 #include "platform/win32/load_failure_note.h"
 #include "platform/win32/missing_import.h"
+#include "platform/win32/record_check.h"
+#include "platform/module_record.h"
 
 namespace Orvik {
 namespace Platform {
@@ -86,6 +88,18 @@ std::string SystemText(DWORD code, const char* path)
     return text;
 }
 
+// A module refused for its record is described by the record; the loader's
+// own refusals in the system's words.
+std::string FailureText(DWORD code, const char* path)
+{
+    if ((code == kErrorRevisionMismatch || code == kErrorBadExeFormat) && CheckRecordBeforeLoad(path) == code) {
+        char text[kLoadFailureTextSize];
+        DescribeRecordRefusal(ModuleFileToLoad(path).c_str(), text, sizeof text);
+        return text;
+    }
+    return SystemText(code, path);
+}
+
 }  // namespace
 
 void NoteLoadFailure(const char* path)
@@ -98,7 +112,7 @@ void NoteLoadFailure(const char* path)
         ++failure->count;
         failure->code = code;
         CopyBounded(failure->path, asked);
-        CopyBounded(failure->text, SystemText(code, asked));
+        CopyBounded(failure->text, FailureText(code, asked));
         CopyBounded(failure->missingModule, missing.module);
         CopyBounded(failure->missingSymbol, missing.procedure);
     }

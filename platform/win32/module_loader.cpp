@@ -3,12 +3,21 @@
 #include <windows.h>
 
 #include "platform/win32/load_failure_note.h"
+#include "platform/win32/record_check.h"
 
 namespace Orvik {
 namespace Platform {
 
 ModuleHandle LoadModule(const char* path)
 {
+    // The loader runs a module's code as it loads it: a module built against
+    // another contract is refused before.
+    const uint32_t refusal = CheckRecordBeforeLoad(path);
+    if (refusal != kErrorSuccess) {
+        SetLastError(refusal);
+        NoteLoadFailure(path);
+        return nullptr;
+    }
     HMODULE module = LoadLibraryA(path);
     if (module == nullptr) NoteLoadFailure(path);
     return module;
