@@ -3,9 +3,8 @@
 #include <windows.h>
 
 #include <cstring>
-#include <mutex>
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "orvik/platform/platform_api.h"
 #include "platform/module_record.h"
@@ -17,21 +16,25 @@ namespace {
 
 // A file as it was when its record was read, and what that gave.
 struct CheckedFile {
+    std::string path;
     DWORD sizeHigh;
     DWORD sizeLow;
     FILETIME written;
     uint32_t refusal;
 };
 
-struct CheckedFiles {
-    std::mutex lock;
-    std::unordered_map<std::string, CheckedFile> files;
-};
+// A process loads few module files: a list searched in turn, under a lock
+// of the system's, keeps each module that carries this layer small.
+SRWLOCK g_checkedLock = SRWLOCK_INIT;
+std::vector<CheckedFile>* g_checked = nullptr;  // made at first use, kept until the process ends
 
-CheckedFiles& Checked()
+CheckedFile* FindChecked(const std::string& path)
 {
-    static CheckedFiles* checked = new CheckedFiles;  // used until the process ends
-    return *checked;
+    if (g_checked == nullptr) return nullptr;
+    for (CheckedFile& file : *g_checked) {
+        if (file.path == path) return &file;
+    }
+    return nullptr;
 }
 
 bool SameFile(const CheckedFile& known, const WIN32_FILE_ATTRIBUTE_DATA& now)
@@ -66,16 +69,22 @@ uint32_t CheckRecordBeforeLoad(const char* path)
         (now.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return kErrorSuccess;
     }
-    CheckedFiles& checked = Checked();
-    {
-        std::lock_guard<std::mutex> guard(checked.lock);
-        const auto known = checked.files.find(file);
-        if (known != checked.files.end() && SameFile(known->second, now)) return known->second.refusal;
-    }
+    AcquireSRWLockShared(&g_checkedLock);
+    const CheckedFile* known = FindChecked(file);
+    const bool same = known != nullptr && SameFile(*known, now);
+    const uint32_t knownRefusal = same ? known->refusal : kErrorSuccess;
+    ReleaseSRWLockShared(&g_checkedLock);
+    if (same) return knownRefusal;
     const uint32_t refusal = RecordRefusal(file.c_str());
-    std::lock_guard<std::mutex> guard(checked.lock);
-    checked.files.insert_or_assign(file,
-                                   CheckedFile{now.nFileSizeHigh, now.nFileSizeLow, now.ftLastWriteTime, refusal});
+    const CheckedFile checked{file, now.nFileSizeHigh, now.nFileSizeLow, now.ftLastWriteTime, refusal};
+    AcquireSRWLockExclusive(&g_checkedLock);
+    if (g_checked == nullptr) g_checked = new std::vector<CheckedFile>;
+    if (CheckedFile* entry = FindChecked(file)) {
+        *entry = checked;
+    } else {
+        g_checked->push_back(checked);
+    }
+    ReleaseSRWLockExclusive(&g_checkedLock);
     return refusal;
 }
 
