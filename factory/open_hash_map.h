@@ -23,6 +23,14 @@ public:
         }
     }
 
+    // Makes room for one more entry, so that the next Set cannot fail. May
+    // throw std::bad_alloc, leaving the map as it was.
+    void ReserveOneMore()
+    {
+        // At most half full keeps the runs of probes short.
+        if (2 * (size_ + 1) > slots_.size()) Rehash(slots_.empty() ? kInitialSlots : 2 * slots_.size());
+    }
+
     // Adds the entry, or replaces the value of the key's entry.
     void Set(Key key, Value value)
     {
@@ -30,23 +38,23 @@ public:
             *found = value;
             return;
         }
-        // At most half full keeps the runs of probes short.
-        if (2 * (size_ + 1) > slots_.size()) Rehash(slots_.empty() ? kInitialSlots : 2 * slots_.size());
+        ReserveOneMore();
         Place(key, value);
         ++size_;
     }
 
-    // Removes every entry for which erase(key, value) holds.
+    // Removes every entry for which erase(key, value) holds, in place: it
+    // needs no memory.
     template <class Predicate>
     void EraseIf(Predicate erase)
     {
-        std::vector<Slot> old(slots_.size());
-        old.swap(slots_);
-        size_ = 0;
-        for (const Slot& slot : old) {
-            if (!slot.used || erase(slot.key, slot.value)) continue;
-            Place(slot.key, slot.value);
-            ++size_;
+        for (size_t i = 0; i < slots_.size();) {
+            if (slots_[i].used && erase(slots_[i].key, slots_[i].value)) {
+                // The entry moved into its place is judged in its turn.
+                EraseAt(i);
+            } else {
+                ++i;
+            }
         }
     }
 
@@ -74,6 +82,23 @@ private:
         size_t i = Home(key);
         while (slots_[i].used) i = (i + 1) & mask_;
         slots_[i] = Slot{key, value, true};
+    }
+
+    // Empties slot i and moves back the entries after it that their home
+    // does not hold in place, so that no probe run is broken.
+    void EraseAt(size_t i)
+    {
+        slots_[i].used = false;
+        --size_;
+        for (size_t j = (i + 1) & mask_; slots_[j].used; j = (j + 1) & mask_) {
+            const size_t home = Home(slots_[j].key);
+            // The entry at j may stay when its home lies cyclically in (i, j].
+            const bool staysPut = i <= j ? (i < home && home <= j) : (i < home || home <= j);
+            if (staysPut) continue;
+            slots_[i] = slots_[j];
+            slots_[j].used = false;
+            i = j;
+        }
     }
 
     void Rehash(size_t slotCount)

@@ -1,6 +1,7 @@
 #include "orvik/module/module_exports.h"
 
 #include <cstring>
+#include <utility>
 
 #include "orvik/module/debug_line.h"
 #include "module/module_state.h"
@@ -10,6 +11,20 @@ using Orvik::ComponentInstanceInfo;
 using Orvik::LiveComponentMap;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
+
+namespace {
+
+// The live map's entry for a component, made before the component: once a
+// creator has made one, recording it needs no memory, so a component is
+// never made that could not be recorded (and would be lost).
+LiveComponentMap::node_type NewLiveEntry()
+{
+    LiveComponentMap made;
+    made.emplace(nullptr, ComponentInstanceInfo{});
+    return made.extract(made.begin());
+}
+
+}  // namespace
 
 // What a creator throws (a constructor, an allocation) stays in the module
 // and reads as a creator that returned null.
@@ -22,6 +37,7 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
+    LiveComponentMap::node_type entry = NewLiveEntry();
     // Creators run outside the module lock: they may load modules and call
     // back into this one.
     Orvik::IComponent* component = creator();
@@ -32,7 +48,12 @@ try {
     }
     ModuleLockGuard guard;
     if (LiveComponentMap* live = Orvik::LiveMap()) {
-        (*live)[component] = ComponentInstanceInfo{componentId, creatorId, component};
+        // A singleton returned again keeps its one entry, with the latest
+        // creator.
+        entry.key() = component;
+        entry.mapped() = ComponentInstanceInfo{componentId, creatorId, component};
+        const auto recorded = live->insert(std::move(entry));
+        if (!recorded.inserted) recorded.position->second = recorded.node.mapped();
     }
     return component;
 } catch (...) {

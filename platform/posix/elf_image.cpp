@@ -27,6 +27,7 @@ bool FileElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) const
     while (count > 0) {
         const ssize_t got = pread(descriptor_, bytes, static_cast<size_t>(count), static_cast<off_t>(offset));
         if (got < 0 && errno == EINTR) continue;
+        if (got < 0) readError_ = errno;
         if (got <= 0) return false;
         bytes += got;
         offset += static_cast<uint64_t>(got);

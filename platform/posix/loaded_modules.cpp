@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <new>
+
 #include "platform/posix/executable_path.h"
 
 namespace Orvik {
@@ -15,22 +17,14 @@ struct ListedObject {
     const void* address;  // inside the object's first loaded segment
 };
 
-// The loader writes an object's name when another thread loads it, under
-// the loader's own lock, which the thread sanitizer cannot see. Its
-// interceptor of the walk clears the name's bytes of that write, but not the
-// terminator, so finding the terminator would be reported as a race. The
-// length is found here outside the sanitizer's view (volatile, so that the
-// loop is not turned back into a call of strlen); the name's bytes are then
-// copied as usual.
-[[gnu::no_sanitize_thread]] size_t NameLength(const char* name)
-{
-    const volatile char* byte = name;
-    size_t length = 0;
-    while (byte[length] != '\0') ++length;
-    return length;
-}
+struct Collected {
+    std::vector<ListedObject> objects;
+    bool complete = true;
+};
 
-int CollectObject(dl_phdr_info* info, size_t, void* objects)
+// Runs inside the loader's walk, under its lock: nothing may leave it but
+// its result, so a failed allocation ends the walk.
+int CollectObject(dl_phdr_info* info, size_t, void* collected)
 {
     const void* address = nullptr;
     for (ElfW(Half) i = 0; i < info->dlpi_phnum && address == nullptr; ++i) {
@@ -38,11 +32,28 @@ int CollectObject(dl_phdr_info* info, size_t, void* objects)
             address = reinterpret_cast<const void*>(info->dlpi_addr + info->dlpi_phdr[i].p_vaddr);
     }
     const char* name = info->dlpi_name != nullptr ? info->dlpi_name : "";
-    static_cast<std::vector<ListedObject>*>(objects)->push_back({std::string(name, NameLength(name)), address});
-    return 0;
+    auto& list = *static_cast<Collected*>(collected);
+    try {
+        list.objects.push_back({std::string(name, LoaderNameLength(name)), address});
+        return 0;
+    } catch (const std::bad_alloc&) {
+        list.complete = false;
+        return 1;
+    }
 }
 
 }  // namespace
+
+// The length is found outside the sanitizer's view (volatile, so that the
+// loop is not turned back into a call of strlen); the name's bytes are then
+// copied as usual.
+[[gnu::no_sanitize_thread]] size_t LoaderNameLength(const char* name)
+{
+    const volatile char* byte = name;
+    size_t length = 0;
+    while (byte[length] != '\0') ++length;
+    return length;
+}
 
 std::vector<LoadedModule> ListLoadedModules()
 {
@@ -52,8 +63,10 @@ std::vector<LoadedModule> ListLoadedModules()
     // module's exit code in whichever thread merely looked while another
     // thread's release had already returned. An object unloaded meanwhile
     // simply drops out.
-    std::vector<ListedObject> objects;
-    dl_iterate_phdr(CollectObject, &objects);
+    Collected collected;
+    dl_iterate_phdr(CollectObject, &collected);
+    if (!collected.complete) throw std::bad_alloc();
+    const std::vector<ListedObject>& objects = collected.objects;
 
     std::vector<LoadedModule> modules;
     for (size_t i = 0; i < objects.size(); ++i) {

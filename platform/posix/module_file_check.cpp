@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <new>
 #include <set>
 #include <vector>
 
@@ -14,6 +15,8 @@
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
+#include "platform/posix/error_numbers.h"
+#include "platform/posix/loaded_modules.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -24,16 +27,24 @@ namespace {
 // Deeper chains of modules found beside each other are not followed.
 constexpr int kMaxDependencyDepth = 16;
 
+uint32_t CheckOpenFile(int descriptor, ElfDynamic* dynamic)
+{
+    struct stat info;
+    if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
+    if (!S_ISREG(info.st_mode)) return kErrorBadExeFormat;
+    const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
+    if (ReadModuleImage(image, dynamic)) return kErrorSuccess;
+    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : kErrorBadExeFormat;
+}
+
 // Opened without waiting, as a FIFO would; only a regular file is read.
 uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return errno == EACCES || errno == EPERM ? kErrorAccessDenied : kErrorModuleNotFound;
-    struct stat info;
-    const bool loadable = fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) &&
-                          ReadModuleImage(FileElfImage(descriptor, static_cast<uint64_t>(info.st_size)), dynamic);
+    if (descriptor < 0) return ModuleErrorFromErrno(errno);
+    const uint32_t result = CheckOpenFile(descriptor, dynamic);
     close(descriptor);
-    return loadable ? kErrorSuccess : kErrorBadExeFormat;
+    return result;
 }
 
 std::string DirectoryOf(const std::string& path)
@@ -87,14 +98,27 @@ std::vector<std::string> SearchDirectories(const ElfDynamic& dynamic, const std:
 // The names the loader knows its modules by: the paths it loaded them from.
 std::vector<std::string> LoadedModuleNames()
 {
-    std::vector<std::string> names;
+    struct Names {
+        std::vector<std::string> list;
+        bool complete = true;
+    } names;
+    // The walk holds the loader's lock: nothing may leave it but its
+    // result, so a failed allocation ends it.
     dl_iterate_phdr(
-        [](dl_phdr_info* info, size_t, void* list) {
-            if (info->dlpi_name != nullptr) static_cast<std::vector<std::string>*>(list)->emplace_back(info->dlpi_name);
-            return 0;
+        [](dl_phdr_info* info, size_t, void* collected) {
+            auto& names = *static_cast<Names*>(collected);
+            try {
+                const char* name = info->dlpi_name;
+                if (name != nullptr) names.list.emplace_back(name, LoaderNameLength(name));
+                return 0;
+            } catch (const std::bad_alloc&) {
+                names.complete = false;
+                return 1;
+            }
         },
         &names);
-    return names;
+    if (!names.complete) throw std::bad_alloc();
+    return std::move(names.list);
 }
 
 bool IsLoadedByName(const std::string& name)

@@ -18,7 +18,8 @@ void TrimBlanks(const char* src, char* dst, int size);
 int IsBlank(const char* text);
 
 int IsRelativePath(const char* path);
-// Read on first use and kept for the life of the module.
+// Kept for the life of the module once read; empty, and read again at the
+// next call, while the system cannot tell it.
 const char* GetHostDirectory();
 int JoinToBaseDirectory(const char* name, char* dst, int size);
 const char* GetLastSeparator(const char* path);

@@ -9,10 +9,9 @@ namespace Orvik {
 namespace Rules {
 
 int IsRelativePath(const char* path);
-// Fills buffer (kMaxPath bytes) with the host executable's directory.
-void ReadHostDirectory(char* buffer);
-// The module's host directory buffer of FileOperator, refilled at each call.
-const char* RefreshHostDirectory();
+// The module's host directory buffer, filled once the directory is known;
+// empty while it cannot be read.
+const char* HostDirectory();
 int JoinToBaseDirectory(const char* base, const char* name, char* dst, int size);
 int MakeAbsolutePath(const char* base, const char* path, char* dst, int size);
 const char* GetLastSeparator(const char* path);
