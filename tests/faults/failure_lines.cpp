@@ -1,6 +1,5 @@
 #include "tests/faults/failure_lines.h"
 
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +9,9 @@ namespace Orvik {
 namespace Faults {
 
 namespace {
+
+// A module of the "dlls" list, or one to load again, that did not load.
+constexpr const char kLoadFailure[] = "[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n";
 
 // The lines of the framework that report a failed request, in their printf
 // form. The module runtime's pair for a creator that yields nothing, the
@@ -22,7 +24,7 @@ const char* const kFailureLines[] = {
     "Orvik[Error]:CreateComponent method return NULL.\n",
     "Orvik[Error]: ComponentID=%d CreatorID=%u",
     "[Orvik_Error] LoadLibrary Fail(%s). ErrorCode(%d)\n",
-    "[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n",
+    kLoadFailure,
     "[Orvik_Error] InitOrvikModule Fail.\n",
     "[Orvik_Error] Can't find Component(%d) Creator From Dll List!\n",
     "[Orvik_Error] PreLoadDependDllList(%s) Fail. ErrorCode(%d)\n",
@@ -30,7 +32,7 @@ const char* const kFailureLines[] = {
 
 struct Match {
     std::string text;  // what %s stood for
-    int number = 0;    // what the last %d stood for
+    int number = 0;    // what the form's first %d stood for
 };
 
 // Matches text against a printf form holding %s, %d and %u.
@@ -111,7 +113,7 @@ bool IsScanFailure(const std::string& line, const char* module)
     // module (tried again at every request) by its bare name.
     Match match;
     const std::string joined = std::string("\\") + module;
-    return Matches(kFailureLines[6], line.c_str(), &match) && match.text.size() > joined.size() &&
+    return Matches(kLoadFailure, line.c_str(), &match) && match.text.size() > joined.size() &&
            match.text.compare(match.text.size() - joined.size(), joined.size(), joined) == 0;
 }
 

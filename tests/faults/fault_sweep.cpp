@@ -51,6 +51,19 @@ struct Figures {
         unrecovered += verdict.unrecovered;
         for (const std::string& reason : verdict.prescribed) ++prescribed[reason];
     }
+    void Add(const Figures& other)
+    {
+        points += other.points;
+        reached += other.reached;
+        aborts += other.aborts;
+        crashes += other.crashes;
+        hangs += other.hangs;
+        sanitizer += other.sanitizer;
+        leaks += other.leaks;
+        wrong += other.wrong;
+        unrecovered += other.unrecovered;
+        for (const auto& reason : other.prescribed) prescribed[reason.first] += reason.second;
+    }
     bool Clean() const { return aborts + crashes + hangs + sanitizer + leaks + wrong + unrecovered == 0; }
     void Print(const std::string& name) const
     {
@@ -125,6 +138,9 @@ Verdict Judge(const Running& run, int status, bool timedOut)
         verdict.hang = true;
     } else if (WIFSIGNALED(status)) {
         (WTERMSIG(status) == SIGABRT ? verdict.abort : verdict.crash) = true;
+    } else if (has("ABORT") || has("Fatal glibc error")) {
+        // The C library's own ends, without the signal.
+        verdict.abort = true;
     } else if (has("SEGV") || has("BUS on") || has("stack-overflow")) {
         verdict.crash = true;
     } else if (has("LeakSanitizer") || has("Found leak Orvik components")) {
@@ -195,8 +211,7 @@ public:
             Figures figures;
             RunPoints(scenario, ChoosePoints(baseline.calls, options_.budget), &figures);
             figures.Print("scenario " + scenario + " (" + std::to_string(baseline.calls) + " calls)");
-            for (const auto& reason : figures.prescribed) total.prescribed[reason.first] += reason.second;
-            Accumulate(figures, &total);
+            total.Add(figures);
         }
         total.Print("all scenarios");
         std::fflush(stdout);
@@ -204,19 +219,6 @@ public:
     }
 
 private:
-    static void Accumulate(const Figures& figures, Figures* total)
-    {
-        total->points += figures.points;
-        total->reached += figures.reached;
-        total->aborts += figures.aborts;
-        total->crashes += figures.crashes;
-        total->hangs += figures.hangs;
-        total->sanitizer += figures.sanitizer;
-        total->leaks += figures.leaks;
-        total->wrong += figures.wrong;
-        total->unrecovered += figures.unrecovered;
-    }
-
     fs::path DirectoryFor(const std::string& scenario, uint64_t failAt) const
     {
         // One length for every point, so paths cost the same allocations.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 
 #include "orvik/module/module_exports.h"
 #include "orvik/platform/thread_timer.h"
@@ -11,11 +12,23 @@
 namespace Orvik {
 namespace Faults {
 
+namespace {
+
+// Found without the platform layer, which keeps the executable's path once
+// it has read it: the first request of a point reads it itself.
+std::string ProgramDirectory()
+{
+    const Unarmed unarmed;
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+}  // namespace
+
 World::World(std::string scratch) : scratch_(std::move(scratch)) { kept_.reserve(8); }
 
 void World::LoadClient()
 {
-    const std::string path = Testing::ProgramDirectory() + "\\" + kClientModule;
+    const std::string path = Testing::FrameworkPath(ProgramDirectory() + "/" + kClientModule);
     clientModule_ = Platform::LoadModule(path.c_str());
     auto create = FindModuleExport<Exports::CreateComponent>(clientModule_);
     client_ = create != nullptr ? static_cast<IFactoryClient*>(create(IFactoryClient::kComponentId, 0)) : nullptr;
