@@ -53,8 +53,9 @@ void WriteTextFile(const std::filesystem::path& path, const std::string& text)
 std::string RequestConfiguration()
 {
     return "[361]\nDLL=..\\OrvFact.dll\n"
-           "[DefaultValue]\ndlls=bench_scanned.dll\n"
-           "[" + std::to_string(kSectionId) + "]\ndll=bench_section.dll\n";
+           "[DefaultValue]\ndlls=bench_scanned.dll,bench_idle_scanned.dll\n"
+           "[" + std::to_string(kSectionId) + "]\ndll=bench_section.dll\n"
+           "[" + std::to_string(kIdleSectionId) + "]\ndll=bench_idle_section.dll\n";
 }
 
 std::string ColdStartConfiguration()

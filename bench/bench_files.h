@@ -16,8 +16,9 @@ std::string FrameworkPath(const std::filesystem::path& path);
 
 void WriteTextFile(const std::filesystem::path& path, const std::string& text);
 
-// The configuration of the in-process benchmarks: the factory module, one
-// module named by its section, one scanned module.
+// The configuration of the in-process benchmarks: the factory module, two
+// modules named by their sections, two scanned modules (one of each falls
+// idle between requests).
 std::string RequestConfiguration();
 // The configuration of the cold start: the factory module and the 50
 // scanned modules m0 ... m49 (short names keep the list within its limit).

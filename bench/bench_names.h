@@ -10,7 +10,8 @@ namespace Orvik::Bench {
 
 // The process as the in-process benchmarks find it, and the two ways it is
 // crowded later: many loaded shared objects, then many registered instances.
-constexpr Crowding kQuiet{18, 10};
+constexpr Crowding kQuiet{20, 10};
+constexpr Crowding kFiftyMoreObjects{70, 10};
 constexpr Crowding kManyObjects{200, 10};
 constexpr Crowding kManyInstances{200, 1000};
 
@@ -20,8 +21,14 @@ inline std::string NameAt(const std::string& base, const Crowding& crowding)
            std::to_string(crowding.registeredInstances) + "reg";
 }
 
+// The floors, without framework code (README "Benchmarks").
 constexpr const char* kInModuleFloor = "floor/in-module";
 constexpr const char* kCrossModuleFloor = "floor/cross-module";
+constexpr const char* kLoaderLookups = "floor/loader-three-lookups";
+constexpr const char* kIdleCycleFloor = "floor/loader-idle-cycle";
+// The framework's module-side costs, each against its floor.
+constexpr const char* kOrvikInModule = "module/in-module-component";
+constexpr const char* kOrvikCrossModule = "module/cross-module-component";
 constexpr const char* kExportLookups = "lookups/three-exports";
 constexpr const char* kSectionPtr = "request/section/ptr";
 constexpr const char* kSectionDirect = "request/section/direct";
@@ -29,6 +36,8 @@ constexpr const char* kScannedPtr = "request/scanned/ptr";
 constexpr const char* kScannedDirect = "request/scanned/direct";
 constexpr const char* kRegisteredPtr = "request/registered/ptr";
 constexpr const char* kRegisteredDirect = "request/registered/direct";
+constexpr const char* kIdleScanned = "idle/scanned/ptr";
+constexpr const char* kIdleSection = "idle/section/ptr";
 
 // Each with its floor, sampled in pairs: reading the file, loading the
 // modules only.

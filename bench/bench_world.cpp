@@ -4,6 +4,8 @@
 #include <system_error>
 
 #include "bench/bench_files.h"
+#include "bench/floors.h"
+#include "bench/modules/plain_probe.h"
 #include "orvik/platform/debug_output.h"
 
 namespace Orvik::Bench {
@@ -57,6 +59,8 @@ std::string World::SetUp()
         pinned_[i] = creators_[i] != nullptr ? creators_[i](static_cast<int32_t>(kProviders[i].id), 0) : nullptr;
         if (pinned_[i] == nullptr) return std::string("no component from ") + kProviders[i].file;
     }
+    const std::string unmanaged = LoadUnmanaged();
+    if (!unmanaged.empty()) return unmanaged;
     clientModule_ = Platform::LoadModule(FrameworkPath(directory / "bench_client.dll").c_str());
     auto createClient = FindModuleExport<Exports::CreateComponent>(clientModule_);
     if (createClient == nullptr) return "cannot load bench_client.dll";
@@ -66,13 +70,20 @@ std::string World::SetUp()
     if (factory_ == nullptr) return "the client obtained no factory";
     if (factory_->IsRegisteredInstance(sharedInstance()) != 1) return "the shared instance is not registered";
     client_->SetCrossModuleCreator(creators_[kScannedModule], kScannedId);
+    client_->SetPlainCreator(Native::Symbol(plainModule_, kPlainCreateName));
 
     // Every path answers from the module it is meant to reach.
     for (const std::string& failure :
          {Expect("in-module floor", client_->InModuleFloor(0), kClientTag),
-          Expect("cross-module floor", client_->CrossModuleFloor(0), kScannedTag),
+          Expect("cross-module floor", client_->CrossModuleFloor(0), kPlainTag),
+          Expect("loader lookups", LoaderLookups(sectionModule()), 3),
+          Expect("idle-cycle floor", LoaderIdleCycle(plainPath_, 0), kPlainTag),
+          Expect("in-module component", client_->OrvikInModule(0), kClientTag),
+          Expect("cross-module component", client_->OrvikCrossModule(0), kScannedTag),
           Expect("held call", client_->HeldCall(0), kScannedTag),
           Expect("export lookups", client_->ExportLookups(sectionModule()), 3),
+          Expect("idle scanned request", client_->IdleScannedRequest(0), kIdleScannedTag),
+          Expect("idle section request", client_->IdleSectionRequest(0), kIdleSectionTag),
           Expect("section request", client_->SectionRequest(0), kSectionTag),
           Expect("scanned request", client_->ScannedRequest(0), kScannedTag),
           Expect("shared request", client_->SharedRequest(0), kSharedTag)}) {
@@ -113,6 +124,23 @@ std::string World::CrowdAtLeastTo(const Crowding& crowding)
     return "";
 }
 
+// The idle modules, held without a component, and the plain module.
+std::string World::LoadUnmanaged()
+{
+    const std::filesystem::path directory = ProgramDirectory();
+    for (const char* file : {"bench_idle_scanned.dll", "bench_idle_section.dll"}) {
+        const Platform::ModuleHandle module = Platform::LoadModule(FrameworkPath(directory / file).c_str());
+        if (module == nullptr) return std::string("cannot load ") + file;
+        idleModules_.push_back(module);
+    }
+    plainPath_ = (directory / "bench_plain.dll").make_preferred().string();
+    plainModule_ = Native::Open(plainPath_.c_str());
+    if (plainModule_ == nullptr || Native::Symbol(plainModule_, kPlainCreateName) == nullptr) {
+        return "cannot load bench_plain.dll";
+    }
+    return "";
+}
+
 std::string World::LoadBallast()
 {
     const std::filesystem::path directory = ProgramDirectory() / "ballast";
@@ -139,6 +167,8 @@ std::vector<std::string> World::TearDown()
         factory_->Release(1);
     }
     for (Platform::ModuleHandle module : ballast_) Platform::ReleaseModule(module);
+    for (Platform::ModuleHandle module : idleModules_) Platform::ReleaseModule(module);
+    if (plainModule_ != nullptr) Native::Close(plainModule_);
     if (clientModule_ != nullptr) Platform::ReleaseModule(clientModule_);
     for (Platform::ModuleHandle module : modules_) {
         if (module != nullptr) Platform::ReleaseModule(module);

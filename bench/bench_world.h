@@ -5,13 +5,17 @@
 //
 // Each provider module keeps one live component for the whole run (the
 // module is in use), so releasing a request's component never makes it
-// idle: the benchmarks measure the steady state of a module in use, not the
-// unloading of idle modules.
+// idle. The two idle modules keep none: each release of theirs sends the
+// idle notice and the catalog drops its module; the world holds one
+// reference to each, as another part of a process would, so a request
+// finds the module loaded and opens it again. The plain module (built
+// without the framework) is opened with the loader itself and held.
 
 #include <string>
 #include <vector>
 
 #include "bench/modules/bench_interfaces.h"
+#include "bench/native_loader.h"
 #include "orvik/platform/module_loader.h"
 
 namespace Orvik::Bench {
@@ -37,6 +41,8 @@ public:
     IBenchClient* client() const { return client_; }
     IOrvikComponentFactory* factory() const { return factory_; }
     Platform::ModuleHandle sectionModule() const { return modules_[kSectionModule]; }
+    // The plain module's native path, which the idle cycle's floor opens.
+    const std::string& plainModulePath() const { return plainPath_; }
     IComponent* sharedInstance() const { return pinned_[kSharedModule]; }
     // Debugger lines written so far: the framework's error reports.
     size_t debugLines() const { return debugLines_.size(); }
@@ -52,6 +58,7 @@ private:
     World();
     std::string SetUp();
     std::string LoadBallast();
+    std::string LoadUnmanaged();
     static void CollectDebugLine(const char* text, void* self);
 
     std::string error_;
@@ -64,6 +71,9 @@ private:
     IOrvikComponentFactory* factory_ = nullptr;
     std::vector<IComponent*> fillers_;
     std::vector<Platform::ModuleHandle> ballast_;
+    std::vector<Platform::ModuleHandle> idleModules_;
+    std::string plainPath_;
+    Native::Module plainModule_ = nullptr;
 };
 
 }  // namespace Orvik::Bench

@@ -35,11 +35,13 @@ namespace {
 
 enum class Target { None, AtMost, AtLeast, Within };
 
+// A ratio, with the absolute time of what it is drawn over beside it.
 struct Row {
     std::string label;
     Target target;
     double bound;
     std::function<double()> value;
+    std::function<std::string()> floor;
 };
 
 class Figures {
@@ -109,62 +111,101 @@ bool Holds(Target target, double bound, double value)
     return true;
 }
 
+std::string Duration(double seconds)
+{
+    if (std::isnan(seconds)) return "-";
+    char text[32];
+    if (seconds >= 1e-3) {
+        std::snprintf(text, sizeof text, "%.2f ms", seconds * 1e3);
+    } else if (seconds >= 1e-6) {
+        std::snprintf(text, sizeof text, "%.0f ns", seconds * 1e9);
+    } else {
+        std::snprintf(text, sizeof text, "%.1f ns", seconds * 1e9);
+    }
+    return text;
+}
+
 }  // namespace
 
 bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObjectsAtStart)
 {
     const Figures f(results);
     auto at = [](const char* base, const Crowding& crowding) { return NameAt(base, crowding); };
-    const std::string inModule = at(kInModuleFloor, kQuiet), cross = at(kCrossModuleFloor, kQuiet),
-                      lookups = at(kExportLookups, kQuiet);
 
-    // Requests are set against the floor timed with them; two requests under
+    // Work is set against the floor timed in turns with it; two figures under
     // different crowding, each against its own floor, or its gauge where it
     // has one.
-    auto flat = [&](const char* base, const Crowding& crowded, const Crowding& quiet, const char* floor) {
-        return f.OverFloor(at(base, crowded), floor) / f.OverFloor(at(base, quiet), floor);
+    auto over = [&](const char* base, const Crowding& crowding) {
+        return [&f, name = at(base, crowding)] { return f.OverFloor(name); };
     };
-    const std::vector<Row> rows = {
-        {"section-module request (TOrvikPtr) / (cross-module floor + three export lookups)", Target::AtMost, 1.3,
-         [&] { return f.OverFloor(at(kSectionPtr, kQuiet)); }},
-        {"section-module request (TOrvikPtr): 200 / 18 loaded objects", Target::Within, 0.1,
-         [&] { return flat(kSectionPtr, kManyObjects, kQuiet, kFloorSeconds); }},
-        {"scanned-module request (TOrvikPtr) / cross-module floor", Target::AtMost, 1.5,
-         [&] { return f.OverFloor(at(kScannedPtr, kQuiet)); }},
-        {"registered-instance request (TOrvikPtr) / in-module floor", Target::AtMost, 0.3,
-         [&] { return f.OverFloor(at(kRegisteredPtr, kQuiet)); }},
-        {"registered-instance request (TOrvikPtr): 1000 / 10 registered, each over a held call", Target::Within, 0.1,
-         [&] { return flat(kRegisteredPtr, kManyInstances, kManyObjects, kGaugeSeconds); }},
-        {"new catalog of 500 KB: MB/s / reading the file's MB/s", Target::AtLeast, 0.3,
-         [&] { return 1 / f.Counter(kCatalogParse, kPairRatio); }},
-        {"new catalog of 20 MB: peak memory / file size", Target::AtMost, 4.0,
-         [&] { return f.Counter(kCatalogMemory, kPeakBytes) / f.Counter(kCatalogMemory, kFileBytes); }},
-        {"cold start, 50 scanned modules / loading them only", Target::AtMost, 1.2,
-         [&] { return f.Counter(kStartFactory, kPairRatio); }},
+    auto flat = [&](const char* base, const Crowding& crowded, const Crowding& quiet, const char* floor) {
+        return [&f, crowdedName = at(base, crowded), quietName = at(base, quiet), floor] {
+            return f.OverFloor(crowdedName, floor) / f.OverFloor(quietName, floor);
+        };
+    };
+    // The floor's time per operation, as timed beside the work.
+    auto floorOf = [&](const char* base, const Crowding& crowding, const char* floor = kFloorSeconds) {
+        return [&f, name = at(base, crowding), floor] { return Duration(f.Counter(name, floor) / kRequestBatch); };
+    };
+    auto childFloor = [&](const char* name) {
+        return [&f, name] { return Duration(f.Counter(name, kFloorSeconds)); };
+    };
+    auto none = [] { return std::string(); };
 
-        {"three export lookups / cross-module floor", Target::None, 0,
-         [&] { return f.Time(lookups) / f.Time(cross); }},
-        {"section-module request without TOrvikPtr / (cross-module floor + lookups)", Target::None, 0,
-         [&] { return f.OverFloor(at(kSectionDirect, kQuiet)); }},
+    const char* const inModule = "in-module floor ";
+    const std::vector<Row> rows = {
+        {"section-module request (TOrvikPtr) / (cross-module floor + three loader lookups)", Target::AtMost, 1.3,
+         over(kSectionPtr, kQuiet), floorOf(kSectionPtr, kQuiet)},
+        {"section-module request (TOrvikPtr): 200 / 20 loaded objects", Target::Within, 0.1,
+         flat(kSectionPtr, kManyObjects, kQuiet, kFloorSeconds), none},
+        {"scanned-module request (TOrvikPtr) / cross-module floor", Target::AtMost, 1.5, over(kScannedPtr, kQuiet),
+         floorOf(kScannedPtr, kQuiet)},
+        {"registered-instance request (TOrvikPtr) / in-module floor", Target::AtMost, 0.3,
+         over(kRegisteredPtr, kQuiet), floorOf(kRegisteredPtr, kQuiet)},
+        {"registered-instance request (TOrvikPtr): 1000 / 10 registered, each over a held call", Target::Within, 0.1,
+         flat(kRegisteredPtr, kManyInstances, kManyObjects, kGaugeSeconds), none},
+        {"new catalog of 500 KB: MB/s / reading the file's MB/s", Target::AtLeast, 0.3,
+         [&] { return 1 / f.Counter(kCatalogParse, kPairRatio); }, childFloor(kCatalogParse)},
+        {"new catalog of 20 MB: peak memory / file size", Target::AtMost, 4.0,
+         [&] { return f.Counter(kCatalogMemory, kPeakBytes) / f.Counter(kCatalogMemory, kFileBytes); }, none},
+        {"cold start, 50 scanned modules / a process that only loads them", Target::AtMost, 1.2,
+         [&] { return f.Counter(kStartFactory, kPairRatio); }, childFloor(kStartFactory)},
+        {"idle scanned module, request (TOrvikPtr) / loader's idle cycle", Target::AtMost, 1.5,
+         over(kIdleScanned, kQuiet), floorOf(kIdleScanned, kQuiet)},
+        {"idle section module, request (TOrvikPtr) / loader's idle cycle", Target::AtMost, 1.5,
+         over(kIdleSection, kQuiet), floorOf(kIdleSection, kQuiet)},
+        {"idle scanned module: 70 / 20 loaded objects, each over its floor", Target::Within, 0.1,
+         flat(kIdleScanned, kFiftyMoreObjects, kQuiet, kFloorSeconds), none},
+        {"idle section module: 70 / 20 loaded objects, each over its floor", Target::Within, 0.1,
+         flat(kIdleSection, kFiftyMoreObjects, kQuiet, kFloorSeconds), none},
+
+        {"framework's in-module component / in-module floor", Target::None, 0, over(kOrvikInModule, kQuiet),
+         floorOf(kOrvikInModule, kQuiet)},
+        {"framework's cross-module component / cross-module floor", Target::None, 0,
+         over(kOrvikCrossModule, kQuiet), floorOf(kOrvikCrossModule, kQuiet)},
+        {"three export lookups (FindExport) / three loader lookups", Target::None, 0, over(kExportLookups, kQuiet),
+         floorOf(kExportLookups, kQuiet)},
+        {"section-module request without TOrvikPtr / (cross-module floor + loader lookups)", Target::None, 0,
+         over(kSectionDirect, kQuiet), floorOf(kSectionDirect, kQuiet)},
         {"scanned-module request without TOrvikPtr / cross-module floor", Target::None, 0,
-         [&] { return f.OverFloor(at(kScannedDirect, kQuiet)); }},
+         over(kScannedDirect, kQuiet), floorOf(kScannedDirect, kQuiet)},
         {"registered-instance request without TOrvikPtr / in-module floor", Target::None, 0,
-         [&] { return f.OverFloor(at(kRegisteredDirect, kQuiet)); }},
-        {"three export lookups: 200 / 18 loaded objects", Target::None, 0,
-         [&] { return f.Time(at(kExportLookups, kManyObjects)) / f.Time(lookups); }},
-        {"scanned-module request (TOrvikPtr): 200 / 18 loaded objects", Target::None, 0,
-         [&] { return flat(kScannedPtr, kManyObjects, kQuiet, kFloorSeconds); }},
+         over(kRegisteredDirect, kQuiet), floorOf(kRegisteredDirect, kQuiet)},
+        {"three export lookups (FindExport): 200 / 20 loaded objects", Target::None, 0,
+         flat(kExportLookups, kManyObjects, kQuiet, kFloorSeconds), none},
+        {"scanned-module request (TOrvikPtr): 200 / 20 loaded objects", Target::None, 0,
+         flat(kScannedPtr, kManyObjects, kQuiet, kFloorSeconds), none},
         {"scanned-module request (TOrvikPtr): 1000 / 10 registered", Target::None, 0,
-         [&] { return flat(kScannedPtr, kManyInstances, kManyObjects, kFloorSeconds); }},
-        {"registered-instance request (TOrvikPtr): 200 / 18 loaded objects, each over a held call", Target::None, 0,
-         [&] { return flat(kRegisteredPtr, kManyObjects, kQuiet, kGaugeSeconds); }},
+         flat(kScannedPtr, kManyInstances, kManyObjects, kFloorSeconds), none},
+        {"registered-instance request (TOrvikPtr): 200 / 20 loaded objects, each over a held call", Target::None, 0,
+         flat(kRegisteredPtr, kManyObjects, kQuiet, kGaugeSeconds), none},
         {"registered-instance request (TOrvikPtr): 1000 / 10 registered, each over the in-module floor", Target::None,
-         0, [&] { return flat(kRegisteredPtr, kManyInstances, kManyObjects, kFloorSeconds); }},
+         0, flat(kRegisteredPtr, kManyInstances, kManyObjects, kFloorSeconds), none},
     };
 
     std::printf("\n== Orvik benchmark ratios: medians, processor time (the process started with %d loaded objects)\n\n",
                 loadedObjectsAtStart);
-    std::printf("| ratio | measured | target | result |\n|---|---|---|---|\n");
+    std::printf("| ratio | measured | target | result | floor |\n|---|---|---|---|---|\n");
     bool allHold = true;
     for (const Row& row : rows) {
         const double value = row.value();
@@ -172,23 +213,31 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
         const bool holds = measured && Holds(row.target, row.bound, value);
         if (row.target != Target::None && !holds) allHold = false;
         const char* verdict = row.target == Target::None ? "" : !measured ? "no figure" : holds ? "pass" : "FAIL";
-        std::printf("| %s | %s | %s | %s |\n", row.label.c_str(),
+        std::printf("| %s | %s | %s | %s | %s |\n", row.label.c_str(),
                     measured ? std::to_string(std::round(value * 1000) / 1000).substr(0, 5).c_str() : "-",
-                    TargetText(row.target, row.bound).c_str(), verdict);
+                    TargetText(row.target, row.bound).c_str(), verdict, row.floor().c_str());
     }
 
-    std::printf("\nFloors and absolute figures:\n");
-    std::printf("  in-module floor %.1f ns, cross-module floor %.1f ns, three export lookups %.1f ns\n",
-                f.Time(inModule) * 1e9, f.Time(cross) * 1e9, f.Time(lookups) * 1e9);
-    std::printf("  a held call %.1f ns (timed with the registered-instance request at %s)\n",
-                f.Counter(at(kRegisteredPtr, kQuiet), kGaugeSeconds) / kRequestBatch * 1e9,
+    std::printf("\nFloors on their own (no framework code) and absolute figures:\n");
+    std::printf("  %s%s, cross-module floor %s, three loader lookups %s, loader's idle cycle %s\n", inModule,
+                Duration(f.Time(at(kInModuleFloor, kQuiet))).c_str(), Duration(f.Time(at(kCrossModuleFloor, kQuiet))).c_str(),
+                Duration(f.Time(at(kLoaderLookups, kQuiet))).c_str(), Duration(f.Time(at(kIdleCycleFloor, kQuiet))).c_str());
+    auto perRequest = [&](const char* base, const Crowding& crowding) {
+        return Duration(f.Time(at(base, crowding)) / kRequestBatch);
+    };
+    std::printf("  requests (TOrvikPtr): section %s, scanned %s, registered %s; idle scanned %s, idle section %s\n",
+                perRequest(kSectionPtr, kQuiet).c_str(), perRequest(kScannedPtr, kQuiet).c_str(),
+                perRequest(kRegisteredPtr, kQuiet).c_str(), perRequest(kIdleScanned, kQuiet).c_str(),
+                perRequest(kIdleSection, kQuiet).c_str());
+    std::printf("  a held call %s (timed with the registered-instance request at %s)\n",
+                Duration(f.Counter(at(kRegisteredPtr, kQuiet), kGaugeSeconds) / kRequestBatch).c_str(),
                 at(kRegisteredPtr, kQuiet).c_str());
     std::printf("  reading 500 KB %.0f MB/s, new catalog of 500 KB %.0f MB/s, peak memory for 20 MB %.0f MB\n",
                 f.Counter(kCatalogParse, kFileBytes) / f.Counter(kCatalogParse, kFloorSeconds) / 1e6,
                 f.Counter(kCatalogParse, kFileBytes) / f.Time(kCatalogParse) / 1e6,
                 f.Counter(kCatalogMemory, kPeakBytes) / 1e6);
-    std::printf("  cold start %.1f ms, loading only %.1f ms\n", f.Time(kStartFactory) * 1e3,
-                f.Counter(kStartFactory, kFloorSeconds) * 1e3);
+    std::printf("  cold start %s, a process that only loads the modules %s\n", Duration(f.Time(kStartFactory)).c_str(),
+                Duration(f.Counter(kStartFactory, kFloorSeconds)).c_str());
     for (const std::string& reason : f.missing()) std::printf("  no figure from %s\n", reason.c_str());
     std::printf("\nOrvik benchmark targets: %s\n", allHold ? "all hold" : "NOT all hold");
     return allHold;

@@ -77,6 +77,9 @@ private:
     static void UnloadTimerProc(void* window, uint32_t message, Platform::TimerId id, uint32_t time);
     // Appends instance to the registered-instance list unless it is listed.
     void ListInstance(IComponent* instance);
+    // A request that no registered instance answers (which may register
+    // one meanwhile).
+    IComponent* CreateUnregistered(ComponentId id, const char* configPath);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
     void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);
@@ -86,11 +89,12 @@ private:
 
     // Fields, in the order of construction. stateLock_ guards every other
     // field but the log files, which guard themselves, and the readers of
-    // listedInstances_, which need no lock; it is held around
+    // registeredInstances_ and listedInstances_, which need no lock; it is
+    // held around
     // every call of a catalog. Requests look the registry up twice each (by
     // id, and whether to release), in constant time.
     std::recursive_mutex stateLock_;
-    TOpenHashMap<ComponentId, IComponent*> registeredInstances_;
+    TOpenHashMap<ComponentId, IComponent> registeredInstances_;
     // Null where ReleaseRegisteredInstances released the instance: it stays
     // listed, and is never used again.
     std::vector<IComponent*> registeredList_;

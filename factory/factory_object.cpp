@@ -46,9 +46,17 @@ COrvikComponentFactory::COrvikComponentFactory() : rootPath_{}, logFiles_(&facto
 // The factory's operations are called from other modules: those that can
 // meet an exception (an allocation, another module's code) keep it in.
 IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const char* configPath)
+{
+    // Registered instances answer without the state lock: the registry is
+    // read without one, and nothing here can throw.
+    if (IComponent* registered = registeredInstances_.Find(id)) return registered;
+    return CreateUnregistered(id, configPath);
+}
+
+IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
 try {
     const StateGuard guard(stateLock_);
-    if (IComponent** registered = registeredInstances_.Find(id)) return *registered;
+    if (IComponent* registered = registeredInstances_.Find(id)) return registered;
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 
     auto known = catalogs_.find(configPath);

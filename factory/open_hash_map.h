@@ -1,59 +1,78 @@
 #pragma once
-// A small hash map from integer or pointer keys, for lookups made on every
-// request: open addressing with linear probing in a power-of-two table, so
-// a lookup costs one multiplication and, nearly always, one probe, however
-// many entries there are.
+// A small hash map from integer keys to pointers, for the lookup made on
+// every request: open addressing with linear probing in a power-of-two
+// table, so a lookup costs one multiplication and, nearly always, one
+// probe, however many entries there are. Read without a lock; writers are
+// serialised by their caller. A key, once placed, keeps its slot (a removed
+// entry keeps its key with a null value), and a table outgrown by the map
+// stays allocated until the map goes, so a reader still probing it is never
+// left in freed memory (the tables together take at most twice the last
+// one). A reader sees an entry from the moment its store is published.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace Orvik {
 
-template <class Key, class Value>
+template <class Key, class T>
 class TOpenHashMap {
 public:
-    Value* Find(Key key)
+    TOpenHashMap() = default;
+    TOpenHashMap(const TOpenHashMap&) = delete;
+    TOpenHashMap& operator=(const TOpenHashMap&) = delete;
+
+    // Safe from any thread, at any time: the key's value, null when none.
+    T* Find(Key key) const
     {
-        if (size_ == 0) return nullptr;
-        for (size_t i = Home(key);; i = (i + 1) & mask_) {
-            Slot& slot = slots_[i];
-            if (!slot.used) return nullptr;
-            if (slot.key == key) return &slot.value;
+        const Table* table = current_.load(std::memory_order_acquire);
+        if (table == nullptr) return nullptr;
+        for (size_t i = table->Home(key);; i = (i + 1) & table->mask) {
+            const Slot& slot = table->slots[i];
+            if (!slot.used.load(std::memory_order_acquire)) return nullptr;
+            if (slot.key == key) return slot.value.load(std::memory_order_acquire);
         }
     }
 
-    // Makes room for one more entry, so that the next Set cannot fail. May
-    // throw std::bad_alloc, leaving the map as it was.
+    // Only under the writers' lock: makes room for one more key, so that
+    // the next Set cannot fail. May throw std::bad_alloc, leaving the map as
+    // it was.
     void ReserveOneMore()
     {
+        const Table* table = current_.load(std::memory_order_relaxed);
         // At most half full keeps the runs of probes short.
-        if (2 * (size_ + 1) > slots_.size()) Rehash(slots_.empty() ? kInitialSlots : 2 * slots_.size());
+        if (table == nullptr || 2 * (keys_ + 1) > table->mask + 1) {
+            Grow(table == nullptr ? kInitialSlots : 2 * (table->mask + 1));
+        }
     }
 
-    // Adds the entry, or replaces the value of the key's entry.
-    void Set(Key key, Value value)
+    // Only under the writers' lock: sets the key's value. May throw
+    // std::bad_alloc, leaving the map as it was.
+    void Set(Key key, T* value)
     {
-        if (Value* found = Find(key)) {
-            *found = value;
+        if (Slot* slot = FindSlot(key)) {
+            slot->value.store(value, std::memory_order_release);
             return;
         }
         ReserveOneMore();
-        Place(key, value);
-        ++size_;
+        Place(*current_.load(std::memory_order_relaxed), key, value);
+        ++keys_;
     }
 
-    // Removes every entry for which erase(key, value) holds, in place: it
-    // needs no memory.
+    // Only under the writers' lock: clears every entry for which
+    // erase(key, value) holds.
     template <class Predicate>
     void EraseIf(Predicate erase)
     {
-        for (size_t i = 0; i < slots_.size();) {
-            if (slots_[i].used && erase(slots_[i].key, slots_[i].value)) {
-                // The entry moved into its place is judged in its turn.
-                EraseAt(i);
-            } else {
-                ++i;
+        const Table* table = current_.load(std::memory_order_relaxed);
+        if (table == nullptr) return;
+        for (size_t i = 0; i <= table->mask; ++i) {
+            Slot& slot = table->slots[i];
+            T* value = slot.value.load(std::memory_order_relaxed);
+            if (slot.used.load(std::memory_order_relaxed) && value != nullptr && erase(slot.key, value)) {
+                slot.value.store(nullptr, std::memory_order_release);
             }
         }
     }
@@ -61,62 +80,79 @@ public:
 private:
     struct Slot {
         Key key{};
-        Value value{};
-        bool used = false;
+        std::atomic<T*> value{nullptr};
+        std::atomic<bool> used{false};  // published after key and value
     };
+
+    struct Table {
+        explicit Table(size_t slotCount) : mask(slotCount - 1), shift(64 - Log2(slotCount)), slots(new Slot[slotCount])
+        {
+        }
+        // Fibonacci hashing: the high bits of the product spread near keys.
+        size_t Home(Key key) const
+        {
+            return static_cast<size_t>((static_cast<uint64_t>(key) * 0x9E3779B97F4A7C15ull) >> shift) & mask;
+        }
+        static unsigned Log2(size_t n)
+        {
+            unsigned log = 0;
+            while (n > 1) n >>= 1, ++log;
+            return log;
+        }
+
+        const size_t mask;
+        const unsigned shift;
+        const std::unique_ptr<Slot[]> slots;
+    };
+
     static constexpr size_t kInitialSlots = 16;
 
-    // Fibonacci hashing: the high bits of the product spread near keys.
-    size_t Home(Key key) const
+    Slot* FindSlot(Key key) const
     {
-        const uint64_t bits = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(AsPointer(key)));
-        return static_cast<size_t>((bits * 0x9E3779B97F4A7C15ull) >> shift_) & mask_;
-    }
-    template <class K>
-    static const void* AsPointer(K* key) { return key; }
-    template <class K>
-    static const void* AsPointer(K key) { return reinterpret_cast<const void*>(static_cast<uintptr_t>(key)); }
-
-    void Place(Key key, Value value)
-    {
-        size_t i = Home(key);
-        while (slots_[i].used) i = (i + 1) & mask_;
-        slots_[i] = Slot{key, value, true};
-    }
-
-    // Empties slot i and moves back the entries after it that their home
-    // does not hold in place, so that no probe run is broken.
-    void EraseAt(size_t i)
-    {
-        slots_[i].used = false;
-        --size_;
-        for (size_t j = (i + 1) & mask_; slots_[j].used; j = (j + 1) & mask_) {
-            const size_t home = Home(slots_[j].key);
-            // The entry at j may stay when its home lies cyclically in (i, j].
-            const bool staysPut = i <= j ? (i < home && home <= j) : (i < home || home <= j);
-            if (staysPut) continue;
-            slots_[i] = slots_[j];
-            slots_[j].used = false;
-            i = j;
+        const Table* table = current_.load(std::memory_order_relaxed);
+        if (table == nullptr) return nullptr;
+        for (size_t i = table->Home(key);; i = (i + 1) & table->mask) {
+            Slot& slot = table->slots[i];
+            if (!slot.used.load(std::memory_order_relaxed)) return nullptr;
+            if (slot.key == key) return &slot;
         }
     }
 
-    void Rehash(size_t slotCount)
+    static void Place(const Table& table, Key key, T* value)
     {
-        std::vector<Slot> old(slotCount);
-        old.swap(slots_);
-        mask_ = slotCount - 1;
-        shift_ = 64;
-        for (size_t n = slotCount; n > 1; n >>= 1) --shift_;
-        for (const Slot& slot : old) {
-            if (slot.used) Place(slot.key, slot.value);
-        }
+        size_t i = table.Home(key);
+        while (table.slots[i].used.load(std::memory_order_relaxed)) i = (i + 1) & table.mask;
+        Slot& slot = table.slots[i];
+        slot.key = key;
+        slot.value.store(value, std::memory_order_relaxed);
+        slot.used.store(true, std::memory_order_release);
     }
 
-    std::vector<Slot> slots_;
-    size_t size_ = 0;
-    size_t mask_ = 0;
-    unsigned shift_ = 64;
+    // The new table is filled before it is published; cleared entries are
+    // left behind.
+    const Table* Grow(size_t slotCount)
+    {
+        tables_.reserve(tables_.size() + 1);
+        auto grown = std::make_unique<Table>(slotCount);
+        size_t keys = 0;
+        if (const Table* old = current_.load(std::memory_order_relaxed)) {
+            for (size_t i = 0; i <= old->mask; ++i) {
+                const Slot& slot = old->slots[i];
+                T* value = slot.value.load(std::memory_order_relaxed);
+                if (!slot.used.load(std::memory_order_relaxed) || value == nullptr) continue;
+                Place(*grown, slot.key, value);
+                ++keys;
+            }
+        }
+        tables_.push_back(std::move(grown));
+        keys_ = keys;
+        current_.store(tables_.back().get(), std::memory_order_release);
+        return tables_.back().get();
+    }
+
+    std::atomic<const Table*> current_{nullptr};
+    std::vector<std::unique_ptr<Table>> tables_;  // every generation, the current one last
+    size_t keys_ = 0;                             // keys placed in the current table
 };
 
 }  // namespace Orvik

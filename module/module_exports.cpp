@@ -1,7 +1,6 @@
 #include "orvik/module/module_exports.h"
 
 #include <cstring>
-#include <utility>
 
 #include "orvik/module/debug_line.h"
 #include "module/module_state.h"
@@ -14,21 +13,48 @@ using Orvik::OutputDebugLine;
 
 namespace {
 
-// The live map's entry for a component, made before the component: once a
-// creator has made one, recording it needs no memory, so a component is
-// never made that could not be recorded (and would be lost).
-LiveComponentMap::node_type NewLiveEntry()
-{
-    LiveComponentMap made;
-    made.emplace(nullptr, ComponentInstanceInfo{});
-    return made.extract(made.begin());
-}
+// Room in the live map for the component a creator is about to make: once
+// made, recording it needs no memory, so no component is made that could
+// not be recorded (and would be lost).
+class LiveEntryRoom {
+public:
+    LiveEntryRoom()
+    {
+        ModuleLockGuard guard;
+        live_ = Orvik::LiveMap();
+        if (live_ != nullptr) live_->Reserve();
+    }
+    // The room goes unused when no component was made.
+    ~LiveEntryRoom()
+    {
+        if (live_ == nullptr) return;
+        ModuleLockGuard guard;
+        if (live_ == Orvik::LiveMap()) live_->Unreserve();
+    }
+    LiveEntryRoom(const LiveEntryRoom&) = delete;
+    LiveEntryRoom& operator=(const LiveEntryRoom&) = delete;
+
+    // Records the component made; a singleton returned again keeps its one
+    // entry, with the latest creator.
+    void Record(const ComponentInstanceInfo& info)
+    {
+        ModuleLockGuard guard;
+        if (live_ != nullptr && live_ == Orvik::LiveMap()) {
+            live_->Insert(info);
+            live_->Unreserve();
+        }
+        live_ = nullptr;
+    }
+
+private:
+    LiveComponentMap* live_;
+};
 
 }  // namespace
 
 // What a creator throws (a constructor, an allocation) stays in the module
 // and reads as a creator that returned null.
-Orvik::IComponent* CreateComponent(int32_t componentId, uint32_t creatorId)
+Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
 try {
     const Orvik::ModuleCallScope inside;
     const Orvik::CreatorFunction creator = Orvik::FindCreator(static_cast<Orvik::ComponentId>(componentId));
@@ -37,7 +63,7 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    LiveComponentMap::node_type entry = NewLiveEntry();
+    LiveEntryRoom room;
     // Creators run outside the module lock: they may load modules and call
     // back into this one.
     Orvik::IComponent* component = creator();
@@ -46,15 +72,7 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    ModuleLockGuard guard;
-    if (LiveComponentMap* live = Orvik::LiveMap()) {
-        // A singleton returned again keeps its one entry, with the latest
-        // creator.
-        entry.key() = component;
-        entry.mapped() = ComponentInstanceInfo{componentId, creatorId, component};
-        const auto recorded = live->insert(std::move(entry));
-        if (!recorded.inserted) recorded.position->second = recorded.node.mapped();
-    }
+    room.Record(ComponentInstanceInfo{componentId, creatorId, component});
     return component;
 } catch (...) {
     OutputDebugLine("Orvik[Error]:CreateComponent method return NULL.\n");
@@ -62,7 +80,7 @@ try {
     return nullptr;
 }
 
-int32_t GetComponentIDs(uint32_t* ids, int32_t max)
+int32_t ORVIK_CDECL GetComponentIDs(uint32_t* ids, int32_t max)
 {
     ModuleLockGuard guard;
     const Orvik::ModuleState& state = Orvik::State();
@@ -73,7 +91,7 @@ int32_t GetComponentIDs(uint32_t* ids, int32_t max)
     return static_cast<int32_t>(count);
 }
 
-int32_t SetDLLRegistry(const char* path)
+int32_t ORVIK_CDECL SetDLLRegistry(const char* path)
 {
     // A catalog hands its path over at every request for a section's module;
     // the same path again changes nothing and needs no lock.
@@ -84,13 +102,13 @@ int32_t SetDLLRegistry(const char* path)
     return 0;
 }
 
-void SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().factoryModule = handle; }
+void ORVIK_CDECL SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().factoryModule = handle; }
 
-void OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
+void ORVIK_CDECL OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
 
-int32_t OrvikDllCanUnloadNow() { return Orvik::ModuleCanUnloadNow() ? 1 : 0; }
+int32_t ORVIK_CDECL OrvikDllCanUnloadNow() { return Orvik::ModuleCanUnloadNow() ? 1 : 0; }
 
-void OrvikDllFreeMap()
+void ORVIK_CDECL OrvikDllFreeMap()
 {
     try {
         const Orvik::ModuleCallScope inside;

@@ -83,50 +83,50 @@ bool NoLiveComponent()
     return live == nullptr || live->empty();
 }
 
-// The last call leaves the module. When an unload was refused meanwhile only
-// because of calls in progress, the factory dropped the module: it is told
-// again, from inside a call, so that it tries once more at a later tick.
-void LeaveLastCall(ModuleState& state)
+// The last call out settles an idle notice that a refused unload left
+// owing: it stays inside while it tells the factory, so that the module
+// cannot be unloaded under it, and leaves again afterwards.
+void SettleOwedNotice(ModuleState& state)
 {
-    for (;;) {
-        bool notify = false;
-        {
-            ModuleLockGuard guard;
-            const bool last = state.callsInProgress.fetch_sub(1) == 1;
-            if (last && state.idleNoticeOwed != 0) {
-                state.idleNoticeOwed = 0;
-                notify = NoLiveComponent();
-                if (notify) state.callsInProgress.fetch_add(1);
-            }
-        }
-        if (!notify) return;
-        SendIdleNotice(state.module);
+    bool notify = false;
+    {
+        ModuleLockGuard guard;
+        notify = NoLiveComponent();
     }
+    if (notify) SendIdleNotice(state.module);
 }
 
 }  // namespace
 
-ModuleCallScope::ModuleCallScope() { State().callsInProgress.fetch_add(1); }
+ModuleCallScope::ModuleCallScope() { State().calls.fetch_add(ModuleState::kOneCall); }
 
 ModuleCallScope::~ModuleCallScope()
 {
     ModuleState& state = State();
-    int32_t calls = state.callsInProgress.load();
-    // Not the last one inside: the last one settles what is owed.
-    while (calls > 1) {
-        if (state.callsInProgress.compare_exchange_weak(calls, calls - 1)) return;
+    uint32_t calls = state.calls.load();
+    for (;;) {
+        if (calls == (ModuleState::kOneCall | ModuleState::kIdleNoticeOwed)) {
+            // The last one out takes the debt over and stays for it.
+            if (!state.calls.compare_exchange_weak(calls, ModuleState::kOneCall)) continue;
+            SettleOwedNotice(state);
+            calls = state.calls.load();
+            continue;
+        }
+        if (state.calls.compare_exchange_weak(calls, calls - ModuleState::kOneCall)) return;
     }
-    LeaveLastCall(state);
 }
 
 bool ModuleCanUnloadNow()
 {
     ModuleLockGuard guard;
     if (!NoLiveComponent()) return false;
+    // Either the last call has left, or it will find the debt as it leaves.
     ModuleState& state = State();
-    if (state.callsInProgress.load() == 0) return true;
-    state.idleNoticeOwed = 1;
-    return false;
+    uint32_t calls = state.calls.load();
+    for (;;) {
+        if (calls < ModuleState::kOneCall) return true;
+        if (state.calls.compare_exchange_weak(calls, calls | ModuleState::kIdleNoticeOwed)) return false;
+    }
 }
 
 void RemoveLiveComponent(const void* component, int32_t requestUnload)
@@ -136,7 +136,7 @@ void RemoveLiveComponent(const void* component, int32_t requestUnload)
         ModuleLockGuard guard;
         LiveComponentMap* live = LiveMap();
         if (live == nullptr) return;  // the module is past its exit processing
-        if (live->erase(component) == 0) {
+        if (!live->Erase(component)) {
             OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
             OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
                             reinterpret_cast<uintptr_t>(component));
@@ -153,8 +153,8 @@ void RemoveLiveComponent(const void* component, int32_t requestUnload)
 void ReleaseAutoReleasedComponents()
 {
     // A release removes its entry and may remove others (a component that
-    // owns components), so the walk starts again whenever the entry went
-    // away, and goes on after it when it stayed.
+    // owns components), so each step looks again for the lowest address
+    // above the last one released.
     const void* last = nullptr;
     bool fromStart = true;
     for (;;) {
@@ -163,18 +163,15 @@ void ReleaseAutoReleasedComponents()
             ModuleLockGuard guard;
             const LiveComponentMap* live = LiveMap();
             if (live == nullptr) return;
-            for (auto entry = fromStart ? live->begin() : live->upper_bound(last); entry != live->end(); ++entry) {
-                if (entry->second.pointer->GetAutoRelease() == 0) continue;
-                last = entry->first;
-                component = entry->second.pointer;
-                break;
-            }
+            component = live->LowestAbove(last, fromStart,
+                                          [](IComponent* candidate) { return candidate->GetAutoRelease() != 0; });
         }
         if (component == nullptr) return;
+        last = component;
         component->Release(0);
         ModuleLockGuard guard;
         const LiveComponentMap* live = LiveMap();
-        fromStart = live == nullptr || live->count(last) == 0;
+        fromStart = live == nullptr || !live->Contains(last);
     }
 }
 
@@ -186,12 +183,12 @@ void ReportLeaks()
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";
     OutputDebugLine("%s", kSeparator);
     OutputDebugLine("Orvik[Error]:Found leak Orvik components. Count:%d\n", static_cast<int>(live->size()));
-    for (const auto& entry : *live) {
+    live->VisitInAddressOrder([](const ComponentInstanceInfo& entry) {
         // The pointer is written in full on 64-bit systems.
         OutputDebugLine("Orvik[Error]:ComponentID:0x%08x CreatorID:0x%08x Pointer:0x%08" PRIxPTR "\n",
-                        static_cast<unsigned>(entry.second.componentId), entry.second.creatorId,
-                        reinterpret_cast<uintptr_t>(entry.second.pointer));
-    }
+                        static_cast<unsigned>(entry.componentId), entry.creatorId,
+                        reinterpret_cast<uintptr_t>(entry.pointer));
+    });
     OutputDebugLine("%s", kSeparator);
 }
 

@@ -4,21 +4,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 
+#include "module/live_component_map.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/platform/lock.h"
 
 namespace Orvik {
-
-struct ComponentInstanceInfo {
-    int32_t componentId;  // the id asked for
-    CreatorId creatorId;
-    IComponent* pointer;  // equal to its key
-};
-
-// Ordered by address: the leak report lists components in that order.
-using LiveComponentMap = std::map<const void*, ComponentInstanceInfo>;
 
 struct CreatorEntry {
     ComponentId componentId;
@@ -29,12 +20,14 @@ struct ModuleState {
     Platform::ModuleHandle module = nullptr;
     std::atomic<Platform::ModuleHandle> factoryModule{nullptr};
     std::atomic<int32_t> dllSafe{0};
-    // Threads inside a ModuleCallScope. The last one out leaves under the
-    // module lock, so that OrvikDllCanUnloadNow sees it come or go whole.
-    std::atomic<int32_t> callsInProgress{0};
-    // The module was idle but busy when asked to unload, and was dropped:
-    // the last call out tells the factory again (module lock).
-    int32_t idleNoticeOwed = 0;
+    // Threads inside a ModuleCallScope (in units of kOneCall), and in the
+    // low bit whether the module was idle but busy when asked to unload, and
+    // was dropped: the last call out then tells the factory again. One word,
+    // so that a call leaves and OrvikDllCanUnloadNow owes the notice in one
+    // order or the other, without the module lock on every call.
+    static constexpr uint32_t kIdleNoticeOwed = 1;
+    static constexpr uint32_t kOneCall = 2;
+    std::atomic<uint32_t> calls{0};
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
     CreatorEntry creators[kMaxCreators] = {};

@@ -3,8 +3,8 @@
 # CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, 64-bit and
 # 32-bit Wine (install-wine32.sh), the
 # GoogleTest sources, clang with libFuzzer for the fuzz targets, Google
-# Benchmark for the benchmark suite, and what the .debs are made and checked
-# with: dpkg-shlibdeps, lintian, man.
+# Benchmark for the benchmark suite, Doxygen for the API reference, and what
+# the .debs are made and checked with: dpkg-shlibdeps, lintian, man.
 # Sourced by the other scripts.
 missing=()
 command -v cmake >/dev/null || missing+=(cmake)
@@ -18,6 +18,7 @@ command -v clang++ >/dev/null || missing+=(clang)
 # libFuzzer comes with the compiler's run-time libraries.
 compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null || missing+=(libclang-rt-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+command -v doxygen >/dev/null || missing+=(doxygen)
 command -v dpkg-shlibdeps >/dev/null || missing+=(dpkg-dev)
 command -v lintian >/dev/null || missing+=(lintian)
 command -v man >/dev/null || missing+=(man-db)

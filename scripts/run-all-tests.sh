@@ -3,8 +3,9 @@
 # AddressSanitizer and UndefinedBehaviorSanitizer, release, and with
 # ThreadSanitizer) and as a
 # Windows program under Wine, 64-bit (debug) and 32-bit (release); the
-# benchmark suite is built. Then a project built on the framework is built
-# and run the ways users build theirs, the .deb packages are built and
+# benchmark suite is built. The API reference is built with Doxygen, any
+# warning failing it (one test). Then a project built on the framework is
+# built and run the ways users build theirs, the .deb packages are built and
 # checked with lintian, and each fuzz target runs for 30 seconds from its
 # seed corpus (one test each). Installs missing tools with
 # apt-get first. The last line says how many tests passed and failed.
@@ -45,6 +46,17 @@ for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686; do
   passed=$((passed + total - bad))
   failed=$((failed + bad))
 done
+
+# Every public declaration documented: any Doxygen warning fails the
+# reference, once all of them are listed.
+echo "== building the API reference"
+if cmake --build --preset linux-release --target orvik_reference; then
+  echo "== API reference: passed"
+  passed=$((passed + 1))
+else
+  echo "== API reference: FAILED"
+  failed=$((failed + 1))
+fi
 
 # run_script SCRIPT NAME: runs SCRIPT and adds the counts of its last line,
 # "NAME tests: N passed, M failed", to the totals.

@@ -2,12 +2,13 @@
 # Builds the .deb packages (scripts/package.sh deb) and checks them: lintian
 # reports no error, the runtime package holds the platform library under its
 # soname, the factory module, the orvik command and its manual page and
-# nothing for building, the -dev package holds what building needs and no
-# runtime file, and each carries its copyright and changelogs. Then it
-# installs both with apt-get, as a user would: orvik --version and man orvik
-# answer, and the downstream project (tests/downstream) builds against
-# /usr and passes its tests; the packages are removed again afterwards. The
-# last line says how many checks passed and failed. Run by run-all-tests.sh.
+# nothing for building, the -dev package holds what building needs, the API
+# reference and no runtime file, and each carries its copyright and
+# changelogs. Then it installs both with apt-get, as a user would: orvik
+# --version and man orvik answer, and the downstream project
+# (tests/downstream) builds against /usr and passes its tests; the packages
+# are removed again afterwards. The last line says how many checks passed
+# and failed. Run by run-all-tests.sh.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -92,6 +93,7 @@ check dev.contents holds "$dev_files" "^/usr/lib/[^/]+/libOrvikPlatform.so\$" "^
   "^/usr/lib/[^/]+/liborvik_module.a\$" "^/usr/lib/[^/]+/cmake/Orvik/OrvikConfig.cmake\$" \
   "^/usr/lib/[^/]+/pkgconfig/orvik-module.pc\$" "^/usr/share/orvik/orvik_module.map\$" \
   "${docs[@]/#/^/usr/share/doc/$dev_name/}"
+check dev.reference holds "$dev_files" "^/usr/share/doc/$dev_name/reference/index.html\$"
 check dev.no_runtime_file lacks "$dev_files" '\.so\.[0-9]|OrvFact\.dll$|^/usr/bin/|^/usr/share/man/'
 check dev.depends_on_runtime dev_depends_on_runtime
 

@@ -1,5 +1,7 @@
 #include "tools/arguments.h"
 
+#include "orvik/platform/platform_api.h"
+#include "orvik/util/path_rules.h"
 #include "platform/absolute_path.h"
 
 namespace Orvik {
@@ -21,6 +23,12 @@ bool ParseArguments(const std::vector<std::string>& argv, Arguments* arguments, 
                 return false;
             }
             arguments->config = argv[++i];
+        } else if (word == "--program") {
+            if (i + 1 == argv.size()) {
+                *error = "--program needs the program's file";
+                return false;
+            }
+            arguments->program = argv[++i];
         } else if (word.size() > 1 && word[0] == '-') {
             *error = "unknown option " + word;
             return false;
@@ -42,6 +50,15 @@ std::string FrameworkPathFromUser(const std::string& path)
 std::string ConfigPathFromUser(const std::string& given)
 {
     return FrameworkPathFromUser(given.empty() ? "Orvik.ini" : given);
+}
+
+std::string ProfileOfProgram(const std::string& program)
+{
+    const char* separator = Rules::GetLastSeparator(program.c_str());
+    const std::string directory = separator == nullptr ? program : program.substr(0, separator - program.c_str());
+    char profile[Platform::kMaxPath] = {};
+    Rules::JoinToBaseDirectory(directory.c_str(), "Orvik.ini", profile, sizeof profile);
+    return profile;
 }
 
 }  // namespace Tools

@@ -11,6 +11,7 @@ struct Arguments {
     std::string verb;
     std::vector<std::string> operands;
     std::string config;  // --config
+    std::string program;  // --program
     bool json = false;   // --json
     bool help = false;   // --help or -h
     bool version = false;  // --version
@@ -28,6 +29,17 @@ std::string FrameworkPathFromUser(const std::string& path);
 // The configuration file a verb works on: the one given, or "Orvik.ini" in
 // the current directory, which stands for the host's directory.
 std::string ConfigPathFromUser(const std::string& given);
+
+// The file check and resolve start from, in the framework's form.
+struct StartFile {
+    std::string path;
+    std::string program;   // --program: path is the profile beside it
+    bool guessed = false;  // neither CONFIG nor --program: Orvik.ini here
+};
+
+// The profile a program reads: "Orvik.ini" in its executable's directory,
+// joined as the framework joins it.
+std::string ProfileOfProgram(const std::string& program);
 
 }  // namespace Tools
 }  // namespace Orvik

@@ -45,13 +45,34 @@ bool IsComment(const IgnoredLineEntry& ignored)
     return first == std::string::npos || ignored.text[first] == ';' || ignored.text[first] == '#';
 }
 
+std::string ExtraExportsText(const ModuleProbe& probe)
+{
+    // A few raw names tell what leaked; "orvik module" lists them all, readable.
+    constexpr size_t kShown = 3;
+    std::string names;
+    for (size_t i = 0; i < probe.extraExports.size() && i < kShown; ++i) {
+        names += (i == 0 ? "" : ", ") + probe.extraExports[i];
+    }
+    if (probe.extraExports.size() > kShown) names += ", ...";
+    return "exports " + std::to_string(probe.extraExports.size()) + " names besides the seven: " + names;
+}
+
 class Checker {
 public:
-    explicit Checker(const std::string& start) { report_.start = start; }
+    explicit Checker(const StartFile& start) : guessed_(start.guessed)
+    {
+        report_.program = start.program;
+        report_.start = start.path;
+    }
 
     CheckReport Run()
     {
         CapturedLines captured;
+        if (guessed_) {
+            Add(Severity::Note, "current-directory", "configuration file",
+                "the Orvik.ini of the current directory; a program reads the one beside its executable "
+                "(--program PROGRAM)");
+        }
         // The factory reads the file through its redirects.
         const ProfileChain chain = TraceProfileChain(report_.start, &Rules::IsBlankString);
         report_.file = chain.final;
@@ -222,44 +243,51 @@ private:
                             std::initializer_list<const char*> required, ComponentId namedFor)
     {
         ModuleProbe probe = ProbeModule(path);
-        if (!probe.loads) {
-            Finding& finding = Add(Severity::Problem, ProblemName(probe.problem), subject, DescribeProblem(probe));
+        const std::string advice = BuildAdvice(probe, std::vector<std::string>(required.begin(), required.end()));
+        const auto add = [&](Severity severity, const std::string& reason, const std::string& message) -> Finding& {
+            Finding& finding = Add(severity, reason, subject, message);
             finding.path = path;
             finding.line = line;
+            finding.ids = probe.ids;
+            return finding;
+        };
+        if (!probe.loads) {
+            Finding& finding = add(Severity::Problem, ProblemName(probe.problem), DescribeProblem(probe));
             finding.loadFailed = true;
             finding.failure = probe.failure;
+            finding.advice = advice;
             return probe;
         }
         if (probe.problem != LoadProblem::None) {
-            Finding& finding = Add(Severity::Problem, ProblemName(probe.problem), subject, DescribeProblem(probe));
-            finding.path = path;
-            finding.line = line;
+            add(Severity::Problem, ProblemName(probe.problem), DescribeProblem(probe)).advice = advice;
             return probe;
         }
         std::string missing;
         for (const char* name : required) {
             if (!HasExport(probe, name)) missing += (missing.empty() ? "" : ", ") + std::string(name);
         }
-        Finding& finding =
-            missing.empty()
-                ? Add(Severity::Ok, "ok", subject, probe.reportsIds ? "loads; ids: " + IdList(probe.ids) : "loads")
-                : Add(Severity::Problem, "export-missing", subject, "export missing: " + missing);
-        finding.path = path;
-        finding.line = line;
-        finding.ids = probe.ids;
-        if (namedFor != 0 && probe.reportsIds && !ProvidesId(probe, namedFor)) {
-            Add(Severity::Note, "id-not-listed", subject,
-                "its GetComponentIDs does not list " + std::to_string(namedFor));
+        if (!missing.empty()) {
+            add(Severity::Problem, "export-missing", "export missing: " + missing).advice = advice;
+        } else if (namedFor != 0 && probe.reportsIds && !ProvidesId(probe, namedFor)) {
+            // The catalog loads it for the id, and its CreateComponent makes nothing.
+            add(Severity::Problem, "id-not-listed",
+                "loads, but its GetComponentIDs reports " + (probe.ids.empty() ? "no id" : IdList(probe.ids)) +
+                    ", not " + std::to_string(namedFor) + ": a request for " + std::to_string(namedFor) +
+                    " gets nothing");
+        } else {
+            add(Severity::Ok, "ok", probe.reportsIds ? "loads; ids: " + IdList(probe.ids) : "loads");
+            if (!advice.empty()) add(Severity::Note, "extra-exports", ExtraExportsText(probe)).advice = advice;
         }
         return probe;
     }
 
     Finding& Add(Severity severity, const std::string& reason, const std::string& subject, const std::string& message)
     {
-        report_.findings.push_back({severity, reason, subject, message, "", 0, false, {}, {}});
+        report_.findings.push_back({severity, reason, subject, message, "", "", 0, false, {}, {}});
         return report_.findings.back();
     }
 
+    bool guessed_;
     CheckReport report_;
     // The factory module as the bootstrap finds it; the [361] section is
     // not checked twice when it names the same file.
@@ -274,7 +302,7 @@ int CheckReport::Count(Severity severity) const
                                           [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
-CheckReport CheckConfiguration(const std::string& start) { return Checker(start).Run(); }
+CheckReport CheckConfiguration(const StartFile& start) { return Checker(start).Run(); }
 
 const char* SeverityName(Severity severity)
 {

@@ -8,6 +8,7 @@
 
 #include "orvik/module/component.h"
 #include "orvik/platform/load_failure.h"
+#include "tools/arguments.h"
 
 namespace Orvik {
 namespace Tools {
@@ -19,6 +20,7 @@ struct Finding {
     std::string reason;   // "ok", "file-missing", "duplicate-id", ...
     std::string subject;  // what was checked: "[5100] dll=Greeter.dll", "line 7", ...
     std::string message;
+    std::string advice;  // how to build the module right, when that is the cure
     std::string path;  // the module file tried, for modules
     int line = 0;      // the line of the file, when one
     bool loadFailed = false;
@@ -27,6 +29,7 @@ struct Finding {
 };
 
 struct CheckReport {
+    std::string program;  // the program whose files are checked, when named
     std::string start;
     std::string file;  // the file the factory reads for start
     std::vector<Finding> findings;
@@ -35,7 +38,7 @@ struct CheckReport {
     int Count(Severity severity) const;
 };
 
-CheckReport CheckConfiguration(const std::string& start);
+CheckReport CheckConfiguration(const StartFile& start);
 
 const char* SeverityName(Severity severity);
 

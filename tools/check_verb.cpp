@@ -1,4 +1,4 @@
-// orvik check [CONFIG]: every module a configuration file names or scans,
+// orvik check [CONFIG | --program PROGRAM]: every module a configuration file names or scans,
 // with OK or the reason it fails, and the file's own mistakes. Exits with 1
 // when there is any problem.
 
@@ -24,12 +24,14 @@ const char* Label(Severity severity)
 
 void PrintText(const CheckReport& report, std::ostream& out)
 {
+    if (!report.program.empty()) out << "program: " << report.program << " (reads the Orvik.ini beside it)\n";
     out << "checking " << report.file << '\n';
     if (report.file != report.start) out << "  (reached from " << report.start << " by redirect)\n";
     for (const Finding& finding : report.findings) {
         out << "  " << Label(finding.severity) << finding.subject << ": " << finding.message << '\n';
         if (!finding.path.empty() && finding.reason != "file-missing") out << "           " << finding.path << '\n';
         if (finding.loadFailed) PrintFailure(out, finding.failure, "           ");
+        if (!finding.advice.empty()) out << "           advice: " << finding.advice << '\n';
     }
     out << "OK: " << report.Count(Severity::Ok) << ", problems: " << report.Count(Severity::Problem)
         << ", notes: " << report.Count(Severity::Note) << '\n';
@@ -42,6 +44,7 @@ void WriteJson(const CheckReport& report, std::ostream& out)
     JsonWriter json(out);
     json.BeginObject()
         .Field("verb", "check")
+        .Field("program", report.program)
         .Field("start", report.start)
         .Field("file", report.file)
         .Field("ok", report.Count(Severity::Problem) == 0)
@@ -53,6 +56,7 @@ void WriteJson(const CheckReport& report, std::ostream& out)
             .Field("reason", finding.reason)
             .Field("subject", finding.subject)
             .Field("message", finding.message)
+            .Field("advice", finding.advice)
             .Field("path", finding.path)
             .Field("line", finding.line);
         if (finding.loadFailed) {
@@ -72,8 +76,8 @@ void WriteJson(const CheckReport& report, std::ostream& out)
 
 int RunCheck(const Arguments& arguments, std::ostream& out, std::ostream& err)
 {
-    const std::string start = ConfigOperand(arguments, err);
-    if (start.empty()) return kExitUsage;
+    StartFile start;
+    if (!StartOperand(arguments, err, &start)) return kExitUsage;
     const CheckReport report = CheckConfiguration(start);
     if (arguments.json) {
         WriteJson(report, out);

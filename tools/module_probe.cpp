@@ -6,6 +6,9 @@
 #include "orvik/platform/file_system.h"
 #include "orvik/platform/load_failure.h"
 #include "orvik/platform/module_loader.h"
+#include "platform/export_names.h"
+#include "tools/path_kind.h"
+#include "tools/symbol_names.h"
 
 namespace Orvik {
 namespace Tools {
@@ -35,13 +38,32 @@ LoadProblem Classify(bool exists, const Platform::LoadFailure& failure)
     }
 }
 
+bool IsModuleExport(const std::string& name)
+{
+    return std::find(std::begin(kExportNames), std::end(kExportNames), name) != std::end(kExportNames);
+}
+
+std::vector<std::string> ExtraExports(const std::string& path)
+{
+    std::vector<std::string> extra;
+    Platform::ReadExportNames(
+        path.c_str(),
+        [](const char* name, void* list) {
+            if (!IsModuleExport(name)) static_cast<std::vector<std::string>*>(list)->push_back(name);
+        },
+        &extra);
+    return extra;
+}
+
 }  // namespace
 
 ModuleProbe ProbeModule(const std::string& path)
 {
     ModuleProbe probe;
     probe.path = path;
-    probe.exists = Platform::PathIsPresent(path.c_str());
+    const PathKind kind = KindOfPath(path);
+    probe.exists = kind == PathKind::File;
+    probe.directory = kind == PathKind::Directory;
     const Platform::UniqueModule module(Platform::LoadModule(path.c_str()));
     if (!module) {
         Platform::GetLastLoadFailure(&probe.failure);
@@ -57,6 +79,7 @@ ModuleProbe ProbeModule(const std::string& path)
     for (const char* name : kExportNames) {
         probe.exports.push_back({name, Platform::FindExport(module.get(), name) != nullptr});
     }
+    probe.extraExports = ExtraExports(path);
     if (auto getIds = FindModuleExport<Exports::GetComponentIDs>(module.get())) {
         uint32_t ids[kMaxIds] = {};
         probe.reportsIds = true;
@@ -97,19 +120,47 @@ std::string DescribeProblem(const ModuleProbe& probe)
     const Platform::LoadFailure& failure = probe.failure;
     switch (probe.problem) {
     case LoadProblem::None: return "loads";
-    case LoadProblem::FileMissing: return "file missing: " + probe.path;
+    case LoadProblem::FileMissing:
+        return "file missing: " + probe.path + (probe.directory ? " (a directory of that name)" : "");
     case LoadProblem::DependencyMissing:
         return failure.missingModule[0] != '\0' ? "dependency missing: " + std::string(failure.missingModule)
                                                 : "a module it depends on is missing (not identified)";
     case LoadProblem::SymbolMissing:
-        if (!probe.unresolvedImport.empty()) return "symbol missing: " + probe.unresolvedImport + " (bound to a stub)";
-        return failure.missingSymbol[0] != '\0' ? "symbol missing: " + std::string(failure.missingSymbol)
+        if (!probe.unresolvedImport.empty()) {
+            return "symbol missing: " + ReadableSymbol(probe.unresolvedImport) + ", bound to a stub";
+        }
+        return failure.missingSymbol[0] != '\0' ? "symbol missing: " + ReadableSymbol(failure.missingSymbol)
                                                 : "a procedure it imports is missing (not identified)";
     case LoadProblem::NotAModule: return "not a module for this platform";
     case LoadProblem::AccessDenied: return "access denied";
     case LoadProblem::Other: return "does not load (error " + std::to_string(failure.code) + ")";
     }
     return "";
+}
+
+std::string MissingSymbol(const ModuleProbe& probe)
+{
+    return probe.unresolvedImport.empty() ? std::string(probe.failure.missingSymbol) : probe.unresolvedImport;
+}
+
+std::string BuildAdvice(const ModuleProbe& probe, const std::vector<std::string>& required)
+{
+    std::string lacks;
+    if (probe.problem == LoadProblem::SymbolMissing && IsFrameworkSymbol(MissingSymbol(probe))) {
+        lacks = "it was linked without the framework's runtime";
+    } else if (probe.loads && probe.problem == LoadProblem::None) {
+        for (const std::string& name : required) {
+            if (!HasExport(probe, name.c_str())) lacks = "it does not export the module functions";
+        }
+        // Only a component module has the seven to compare with.
+        if (lacks.empty() && HasExport(probe, "CreateComponent") && !probe.extraExports.empty()) {
+            lacks = "it exports " + std::to_string(probe.extraExports.size()) + " names besides the seven";
+        }
+    }
+    if (lacks.empty()) return lacks;
+    return lacks + ": build it with orvik_add_component_module (CMake) or with the flags of "
+                   "\"pkg-config --cflags --libs orvik-module\", which link the runtime and export the seven "
+                   "functions only";
 }
 
 }  // namespace Tools

@@ -1,7 +1,7 @@
 #pragma once
 // What a module file is to this process: whether it loads (and if not, why,
-// in the loader's words), which of the seven exports it has, and the ids
-// its GetComponentIDs reports.
+// in the loader's words), which of the seven exports it has, what else it
+// exports, and the ids its GetComponentIDs reports.
 
 #include <string>
 #include <vector>
@@ -29,7 +29,8 @@ struct ExportPresence {
 
 struct ModuleProbe {
     std::string path;
-    bool exists = false;
+    bool exists = false;     // as a file
+    bool directory = false;  // a directory stands where the file should
     bool loads = false;
     LoadProblem problem = LoadProblem::None;
     Platform::LoadFailure failure{};  // when it does not load
@@ -37,6 +38,9 @@ struct ModuleProbe {
     // anyway; its import table names the procedure.
     std::string unresolvedImport;
     std::vector<ExportPresence> exports;  // the seven, in ordinal order, when it loads
+    // The file's other exports: a module built without the export list
+    // exports its runtime and everything else it defines.
+    std::vector<std::string> extraExports;
     bool reportsIds = false;              // has GetComponentIDs
     int32_t idCount = 0;                  // what GetComponentIDs returned
     std::vector<ComponentId> ids;         // the first 512 at most, as the scan reads them
@@ -51,6 +55,14 @@ bool ProvidesId(const ModuleProbe& probe, ComponentId id);
 // Names for JSON and words for people ("dependency missing: libx.dll").
 const char* ProblemName(LoadProblem problem);
 std::string DescribeProblem(const ModuleProbe& probe);
+
+// The missing symbol, from the loader or the import table; empty when none.
+std::string MissingSymbol(const ModuleProbe& probe);
+
+// How to build the module right, when it misses the framework's runtime
+// (a framework symbol or one of the required exports) or exports more than
+// the seven; empty otherwise. required: the exports its use calls for.
+std::string BuildAdvice(const ModuleProbe& probe, const std::vector<std::string>& required);
 
 }  // namespace Tools
 }  // namespace Orvik

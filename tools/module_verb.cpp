@@ -6,12 +6,20 @@
 #include "tools/json_writer.h"
 #include "tools/module_probe.h"
 #include "tools/report_parts.h"
+#include "tools/symbol_names.h"
 #include "tools/verbs.h"
 
 namespace Orvik {
 namespace Tools {
 
 namespace {
+
+std::vector<std::string> AllSeven(const ModuleProbe& probe)
+{
+    std::vector<std::string> names;
+    for (const ExportPresence& entry : probe.exports) names.push_back(entry.name);
+    return names;
+}
 
 bool Works(const ModuleProbe& probe)
 {
@@ -34,12 +42,23 @@ void PrintText(const ModuleProbe& probe, const std::vector<std::string>& debugLi
         for (const ExportPresence& entry : probe.exports) {
             out << "  " << (entry.present ? "yes " : "NO  ") << entry.name << '\n';
         }
+        if (!probe.extraExports.empty()) {
+            // The first few tell what leaked; --json lists them all.
+            constexpr size_t kShown = 10;
+            out << "other exports: " << probe.extraExports.size() << '\n';
+            for (size_t i = 0; i < probe.extraExports.size() && i < kShown; ++i) {
+                out << "  " << ReadableSymbol(probe.extraExports[i]) << '\n';
+            }
+            if (probe.extraExports.size() > kShown) out << "  ...\n";
+        }
         if (probe.reportsIds) {
             out << "ids (GetComponentIDs returned " << probe.idCount << "):";
             for (ComponentId id : probe.ids) out << ' ' << id;
             out << '\n';
         }
     }
+    const std::string advice = BuildAdvice(probe, AllSeven(probe));
+    if (!advice.empty()) out << "advice: " << advice << '\n';
     if (!debugLines.empty()) out << "debug lines:\n";
     PrintDebugLines(out, debugLines);
 }
@@ -49,7 +68,7 @@ void WriteJson(const ModuleProbe& probe, const std::vector<std::string>& debugLi
     JsonWriter json(out);
     json.BeginObject().Field("verb", "module");
     WriteProbeMembers(json, probe);
-    json.Field("message", DescribeProblem(probe));
+    json.Field("message", DescribeProblem(probe)).Field("advice", BuildAdvice(probe, AllSeven(probe)));
     WriteDebugLines(json, debugLines);
     json.EndObject().Finish();
 }

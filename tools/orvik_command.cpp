@@ -2,6 +2,7 @@
 
 #include "orvik/module/version.h"
 #include "tools/arguments.h"
+#include "tools/path_kind.h"
 #include "tools/verbs.h"
 
 namespace Orvik {
@@ -16,6 +17,8 @@ constexpr const char kOverview[] =
     "Explains what the framework makes of configuration files and modules, with\n"
     "the framework's own code. Paths are written as the shell writes them; CONFIG\n"
     "defaults to Orvik.ini in the current directory (standing for the host's).\n"
+    "With --program PROGRAM instead of CONFIG, resolve and check read the files\n"
+    "that program reads: the Orvik.ini beside it and what that leads to.\n"
     "\n"
     "  resolve [CONFIG]             the redirect chain and the factory module's path\n"
     "  catalog [CONFIG]             the catalog the factory reads from the file\n"
@@ -34,12 +37,15 @@ struct Verb {
 
 const Verb kVerbs[] = {
     {"resolve", RunResolve,
-     "usage: orvik resolve [CONFIG] [--json]\n"
+     "usage: orvik resolve [CONFIG | --program PROGRAM] [--json]\n"
      "\n"
-     "Follows the [Redirect] Path entries from CONFIG as a module's bootstrap does\n"
-     "and shows each file read, how the chain went on from it and the final file;\n"
-     "then the factory module's path that file names ([361] DLL,\n"
-     "NotUseDefaultDllPath, [DefaultValue] DllPath) and the rule that gave it.\n"},
+     "Follows the [Redirect] Path entries from CONFIG (with --program, from the\n"
+     "Orvik.ini beside PROGRAM, which that program reads) as a module's bootstrap\n"
+     "does and shows each file read, how the chain went on from it and the final\n"
+     "file; then the factory module's path that file names ([361] DLL,\n"
+     "NotUseDefaultDllPath, [DefaultValue] DllPath) and the rule that gave it.\n"
+     "Exits with 1 when the final file is missing, names no factory module, or\n"
+     "the factory module is no file there.\n"},
     {"catalog", RunCatalog,
      "usage: orvik catalog [CONFIG] [--json]\n"
      "\n"
@@ -56,15 +62,18 @@ const Verb kVerbs[] = {
      "exports it has; the ids its GetComponentIDs reports. Exits with 1 when it\n"
      "does not load or lacks an export.\n"},
     {"check", RunCheck,
-     "usage: orvik check [CONFIG] [--json]\n"
+     "usage: orvik check [CONFIG | --program PROGRAM] [--json]\n"
      "\n"
      "Checks every module CONFIG names ([361], numbered sections, defaultdll,\n"
      "preload) or scans (dlls) by loading it here: OK, or file missing (with the\n"
      "path tried), dependency or symbol missing, not a module for this platform,\n"
-     "export missing. Also: an id served by two listed modules (and which wins),\n"
-     "a section without dll, a path starting with \"/\" (relative to the rules),\n"
-     "a file that loads modules without a [361] section. Ignored lines are notes.\n"
-     "Exits with 1 when there is any problem.\n"},
+     "export missing, a section's module that does not report the section's id.\n"
+     "Also: an id served by two listed modules (and which wins), a section\n"
+     "without dll, a path starting with \"/\" (relative to the rules), a file\n"
+     "that loads modules without a [361] section. With --program it checks the\n"
+     "Orvik.ini beside PROGRAM, the file that program reads. Ignored lines, a\n"
+     "module exporting more than the seven functions and a CONFIG left to\n"
+     "default are notes. Exits with 1 when there is any problem.\n"},
     {"create", RunCreate,
      "usage: orvik create ID [--config CONFIG] [--json]\n"
      "\n"
@@ -96,6 +105,26 @@ std::string ConfigOperand(const Arguments& arguments, std::ostream& err)
     return path;
 }
 
+bool StartOperand(const Arguments& arguments, std::ostream& err, StartFile* start)
+{
+    if (arguments.program.empty()) {
+        start->path = ConfigOperand(arguments, err);
+        start->guessed = arguments.operands.empty();
+        return !start->path.empty();
+    }
+    if (!arguments.operands.empty()) {
+        UsageError(err, arguments.verb, "give CONFIG or --program, not both");
+        return false;
+    }
+    start->program = FrameworkPathFromUser(arguments.program);
+    if (!IsFile(start->program)) {
+        UsageError(err, arguments.verb, "--program names no program file: " + arguments.program);
+        return false;
+    }
+    start->path = ProfileOfProgram(start->program);
+    return true;
+}
+
 int RunOrvik(const std::vector<std::string>& argv, std::ostream& out, std::ostream& err)
 {
     Arguments arguments;
@@ -119,6 +148,9 @@ int RunOrvik(const std::vector<std::string>& argv, std::ostream& out, std::ostre
         }
         if (!arguments.config.empty() && arguments.verb != "create") {
             return UsageError(err, arguments.verb, "--config belongs to create; name CONFIG as an operand");
+        }
+        if (!arguments.program.empty() && arguments.verb != "check" && arguments.verb != "resolve") {
+            return UsageError(err, arguments.verb, "--program belongs to check and resolve");
         }
         return verb.run(arguments, out, err);
     }

@@ -1,8 +1,8 @@
 #include "tools/profile_chain.h"
 
-#include "orvik/platform/file_system.h"
 #include "platform/profile.h"
 #include "orvik/util/bootstrap_helpers.h"
+#include "tools/path_kind.h"
 
 namespace Orvik {
 namespace Tools {
@@ -13,7 +13,7 @@ class StepRecorder : public RedirectWatcher {
 public:
     void OnProfile(const char* profile, const char* redirect, RedirectStep step) override
     {
-        steps.push_back({profile, Platform::PathIsPresent(profile), redirect, step});
+        steps.push_back({profile, IsFile(profile), redirect, step});
     }
     std::vector<ProfileStep> steps;
 };
@@ -26,7 +26,7 @@ ProfileChain TraceProfileChain(const std::string& start, BlankRule isBlank)
     CopyString(profile, sizeof profile, start.c_str());
     StepRecorder recorder;
     FollowRedirects(profile, isBlank, &recorder);
-    return {start, recorder.steps, profile, Platform::PathIsPresent(profile)};
+    return {start, recorder.steps, profile, IsFile(profile)};
 }
 
 FactoryModulePath TraceFactoryModule(const std::string& profile)
@@ -40,7 +40,7 @@ FactoryModulePath TraceFactoryModule(const std::string& profile)
     ReadProfileString(profile.c_str(), "361", "NotUseDefaultDllPath", "0", flag, sizeof flag);
     Platform::ReadProfileValue("DefaultValue", "DllPath", "", dllPath, sizeof dllPath, profile.c_str());
     const FactoryPathRule rule = ResolveFactoryModulePathByRule(profile.c_str(), path, sizeof path);
-    return {dll, flag, dllPath, path, rule, path[0] != '\0' && Platform::PathIsPresent(path)};
+    return {dll, flag, dllPath, path, rule, IsFile(path)};
 }
 
 const char* StepName(RedirectStep step)

@@ -1,6 +1,7 @@
 #include "tools/report_parts.h"
 
 #include "orvik/module/log_file_info.h"
+#include "tools/symbol_names.h"
 
 namespace Orvik {
 namespace Tools {
@@ -37,7 +38,9 @@ void PrintFailure(std::ostream& out, const Platform::LoadFailure& failure, const
 {
     out << indent << "loader: " << failure.text << " (error " << failure.code << ")\n";
     if (failure.missingModule[0] != '\0') out << indent << "missing dependency: " << failure.missingModule << '\n';
-    if (failure.missingSymbol[0] != '\0') out << indent << "missing symbol: " << failure.missingSymbol << '\n';
+    if (failure.missingSymbol[0] != '\0') {
+        out << indent << "missing symbol: " << ReadableSymbol(failure.missingSymbol) << '\n';
+    }
 }
 
 void WriteFailure(JsonWriter& json, const Platform::LoadFailure& failure)
@@ -48,6 +51,7 @@ void WriteFailure(JsonWriter& json, const Platform::LoadFailure& failure)
         .Field("text", failure.text)
         .Field("missingModule", failure.missingModule)
         .Field("missingSymbol", failure.missingSymbol)
+        .Field("missingSymbolDemangled", Demangle(failure.missingSymbol))
         .EndObject();
 }
 
@@ -60,10 +64,14 @@ void WriteProbeMembers(JsonWriter& json, const ModuleProbe& probe)
         WriteFailure(json, probe.failure);
         return;
     }
-    json.Field("unresolvedImport", probe.unresolvedImport);
+    json.Field("unresolvedImport", probe.unresolvedImport)
+        .Field("unresolvedImportDemangled", Demangle(probe.unresolvedImport));
     json.Key("exports").BeginObject();
     for (const ExportPresence& entry : probe.exports) json.Field(entry.name, entry.present);
     json.EndObject();
+    json.Key("extraExports").BeginArray();
+    for (const std::string& name : probe.extraExports) json.String(name);
+    json.EndArray();
     if (!probe.reportsIds) return;
     json.Field("idCount", probe.idCount).Key("ids").BeginArray();
     for (ComponentId id : probe.ids) json.Number(id);

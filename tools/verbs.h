@@ -30,5 +30,10 @@ int UsageError(std::ostream& err, const std::string& verb, const std::string& me
 // path is too long.
 std::string ConfigOperand(const Arguments& arguments, std::ostream& err);
 
+// The file check and resolve start from: CONFIG, or with --program the
+// profile that program reads. False, after a usage error on err, when both
+// are given or the program is no file.
+bool StartOperand(const Arguments& arguments, std::ostream& err, StartFile* start);
+
 }  // namespace Tools
 }  // namespace Orvik

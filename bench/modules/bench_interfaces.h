@@ -20,7 +20,11 @@ constexpr ComponentId kSharedId = 7003;
 // A plain component, registered by hand under further ids to fill the registry.
 constexpr ComponentId kFillerId = 7004;
 constexpr ComponentId kFillerRegistryBase = 7200;
-// Made by the client module for itself: the in-module floor.
+// Provided by modules that nothing keeps in use between requests, so each
+// request reloads them: one scanned, one named by its section.
+constexpr ComponentId kIdleScannedId = 7005;
+constexpr ComponentId kIdleSectionId = 7006;
+// Made by the client module for itself through the framework.
 constexpr ComponentId kClientLocalId = 7901;
 // The cold-start modules m0 ... m49 provide kColdIdsPerModule ids each from
 // kColdIdBase on; the first request asks for one of the last module.
@@ -54,6 +58,8 @@ enum BenchTag : int32_t {
     kSharedTag = 300,
     kFillerTag = 400,
     kClientTag = 500,
+    kIdleScannedTag = 700,
+    kIdleSectionTag = 800,
     kColdTagBase = 1000,
 };
 
@@ -64,17 +70,27 @@ class IBenchClient : public IComponent {
 public:
     static constexpr ComponentId kComponentId = 7900;
 
-    // Create, call and release a component of the client's own module
-    // through its creation path.
+    // The in-module floor: create, call and release an object of the
+    // client's own module with the least bookkeeping (bench/modules/plain_probe.h),
+    // no framework code on the way.
     virtual int32_t InModuleFloor(int32_t x) = 0;
-    // The same across a module boundary: the provider's CreateComponent
-    // export, looked up once beforehand with SetCrossModuleCreator.
-    virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
+    // The cross-module floor: the same through the plain module's creation
+    // export (a function pointer to PlainCreateFunction), looked up once.
+    virtual void SetPlainCreator(void (*create)()) = 0;
     virtual int32_t CrossModuleFloor(int32_t x) = 0;
+
+    // The framework's own module-side costs, rows of their own: a component
+    // of the client's module through its creation path, and one of another
+    // module through that module's CreateComponent export, looked up once
+    // beforehand with SetCrossModuleCreator.
+    virtual int32_t OrvikInModule(int32_t x) = 0;
+    virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
+    virtual int32_t OrvikCrossModule(int32_t x) = 0;
     // A call of a component of that module which the client holds (made
     // with SetCrossModuleCreator): no request, nothing made or released.
     virtual int32_t HeldCall(int32_t x) = 0;
-    // The three lookups a request for a section module makes.
+    // The three lookups a request for a section module makes, through the
+    // platform layer.
     virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;
 
     // Requests through TOrvikPtr<I, 1>, as module code makes them.
@@ -82,6 +98,9 @@ public:
     virtual int32_t ScannedRequest(int32_t x) = 0;
     virtual int32_t SharedRequest(int32_t x) = 0;
     virtual int32_t ColdRequest(int32_t x) = 0;
+    // Requests for the idle modules' components: each reloads its module.
+    virtual int32_t IdleScannedRequest(int32_t x) = 0;
+    virtual int32_t IdleSectionRequest(int32_t x) = 0;
     // The same requests without TOrvikPtr: CreateComponentByID with the
     // module's configuration, the call, and Release(0) for what was made.
     virtual int32_t SectionDirect(int32_t x) = 0;

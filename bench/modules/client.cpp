@@ -3,6 +3,7 @@
 // factory pointer.
 
 #include "bench/modules/bench_interfaces.h"
+#include "bench/modules/plain_probe.h"
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "orvik/module/component_impl.h"
 #include "orvik/platform/module_loader.h"
@@ -12,7 +13,7 @@ namespace {
 
 constexpr int32_t kNoComponent = -1;
 
-// A component of the client's own module, for the in-module floor.
+// A component of the client's own module, made through the framework.
 class CLocalProbe : public TComponentImpl<TBenchProbe<kClientLocalId>, CLocalProbe, kClientLocalId, 0, 0> {
 public:
     int32_t Work(int32_t x) override { return x + kClientTag; }
@@ -44,6 +45,24 @@ class CBenchClient : public TComponentImpl<IBenchClient, CBenchClient, IBenchCli
 public:
     int32_t InModuleFloor(int32_t x) override
     {
+        PlainProbe* probe = PlainLiveProbe::Create(static_cast<int32_t>(kClientLocalId), kClientTag);
+        const int32_t result = probe->Work(x);
+        probe->Release();
+        return result;
+    }
+    void SetPlainCreator(void (*create)()) override { plainCreate_ = reinterpret_cast<PlainCreateFunction>(create); }
+    int32_t CrossModuleFloor(int32_t x) override
+    {
+        if (plainCreate_ == nullptr) return kNoComponent;
+        PlainProbe* probe = plainCreate_(static_cast<int32_t>(kScannedId));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release();
+        return result;
+    }
+
+    int32_t OrvikInModule(int32_t x) override
+    {
         auto* probe = static_cast<IBenchProbe*>(CreateComponent(static_cast<int32_t>(kClientLocalId), 0));
         if (probe == nullptr) return kNoComponent;
         const int32_t result = probe->Work(x);
@@ -57,7 +76,7 @@ public:
         if (held_ != nullptr) held_->Release(0);
         held_ = static_cast<IBenchProbe*>(create(static_cast<int32_t>(id), kFactoryComponentId));
     }
-    int32_t CrossModuleFloor(int32_t x) override
+    int32_t OrvikCrossModule(int32_t x) override
     {
         if (crossCreate_ == nullptr) return kNoComponent;
         auto* probe =
@@ -81,6 +100,8 @@ public:
     int32_t ScannedRequest(int32_t x) override { return RequestThroughPtr<kScannedId>(x); }
     int32_t SharedRequest(int32_t x) override { return RequestThroughPtr<kSharedId>(x); }
     int32_t ColdRequest(int32_t x) override { return RequestThroughPtr<kColdRequestId>(x); }
+    int32_t IdleScannedRequest(int32_t x) override { return RequestThroughPtr<kIdleScannedId>(x); }
+    int32_t IdleSectionRequest(int32_t x) override { return RequestThroughPtr<kIdleSectionId>(x); }
     int32_t SectionDirect(int32_t x) override { return RequestDirect<kSectionId>(x, true); }
     int32_t ScannedDirect(int32_t x) override { return RequestDirect<kScannedId>(x, true); }
     // A shared instance is not the caller's to release.
@@ -100,6 +121,7 @@ public:
     }
 
 private:
+    PlainCreateFunction plainCreate_ = nullptr;
     Exports::CreateComponent::Function crossCreate_ = nullptr;
     ComponentId crossId_ = 0;
     IBenchProbe* held_ = nullptr;

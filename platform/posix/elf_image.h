@@ -60,7 +60,8 @@ private:
 };
 
 // An open file of the size fstat reported. A file that shrinks meanwhile
-// reads short, which fails the read.
+// reads short, which fails the read. The check reads many small pieces that
+// lie close together: the file is read in blocks, each once.
 class FileElfImage final : public ElfImage {
 public:
     FileElfImage(int descriptor, uint64_t size);
@@ -71,8 +72,11 @@ public:
 
 private:
     bool ReadInside(uint64_t offset, void* out, uint64_t count) const override;
+    // The block's bytes, read on first use; null when they cannot be read.
+    const unsigned char* Block(uint64_t index) const;
 
     int descriptor_;
+    mutable std::vector<std::vector<unsigned char>> blocks_;
     mutable int readError_ = 0;
 };
 

@@ -17,6 +17,21 @@ struct ListedObject {
     const void* address;  // inside the object's first loaded segment
 };
 
+// The loader writes an object's name when another thread loads it, under
+// the loader's own lock, which the thread sanitizer cannot see. Its
+// interceptor of the walk clears the name's bytes of that write, but not the
+// terminator, so finding the terminator would be reported as a race. The
+// length is found here outside the sanitizer's view (volatile, so that the
+// loop is not turned back into a call of strlen); the name's bytes are then
+// copied as usual.
+[[gnu::no_sanitize_thread]] size_t NameLength(const char* name)
+{
+    const volatile char* byte = name;
+    size_t length = 0;
+    while (byte[length] != '\0') ++length;
+    return length;
+}
+
 struct Collected {
     std::vector<ListedObject> objects;
     bool complete = true;
@@ -34,7 +49,7 @@ int CollectObject(dl_phdr_info* info, size_t, void* collected)
     const char* name = info->dlpi_name != nullptr ? info->dlpi_name : "";
     auto& list = *static_cast<Collected*>(collected);
     try {
-        list.objects.push_back({std::string(name, LoaderNameLength(name)), address});
+        list.objects.push_back({std::string(name, NameLength(name)), address});
         return 0;
     } catch (const std::bad_alloc&) {
         list.complete = false;
@@ -43,17 +58,6 @@ int CollectObject(dl_phdr_info* info, size_t, void* collected)
 }
 
 }  // namespace
-
-// The length is found outside the sanitizer's view (volatile, so that the
-// loop is not turned back into a call of strlen); the name's bytes are then
-// copied as usual.
-[[gnu::no_sanitize_thread]] size_t LoaderNameLength(const char* name)
-{
-    const volatile char* byte = name;
-    size_t length = 0;
-    while (byte[length] != '\0') ++length;
-    return length;
-}
 
 std::vector<LoadedModule> ListLoadedModules()
 {

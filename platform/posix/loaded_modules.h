@@ -14,13 +14,6 @@ struct LoadedModule {
     std::string path;  // native, absolute for modules loaded by path
 };
 
-// The length of an object's name as the loader's walk hands it over. The
-// loader writes the name when another thread loads the object, under its own
-// lock, which the thread sanitizer cannot see. Its interceptor of the walk
-// clears the name's bytes of that write, but not the terminator, so finding
-// the terminator with strlen would be reported as a race.
-size_t LoaderNameLength(const char* name);
-
 // A snapshot of the loaded modules; the main program comes first with its
 // executable's path.
 std::vector<LoadedModule> ListLoadedModules();

@@ -1,14 +1,16 @@
 #include "platform/posix/module_file_check.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
-#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <set>
+#include <unordered_map>
 #include <vector>
 
 #include "orvik/platform/module_loader.h"
@@ -16,7 +18,6 @@
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
 #include "platform/posix/error_numbers.h"
-#include "platform/posix/loaded_modules.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -95,38 +96,13 @@ std::vector<std::string> SearchDirectories(const ElfDynamic& dynamic, const std:
     return directories;
 }
 
-// The names the loader knows its modules by: the paths it loaded them from.
-std::vector<std::string> LoadedModuleNames()
-{
-    struct Names {
-        std::vector<std::string> list;
-        bool complete = true;
-    } names;
-    // The walk holds the loader's lock: nothing may leave it but its
-    // result, so a failed allocation ends it.
-    dl_iterate_phdr(
-        [](dl_phdr_info* info, size_t, void* collected) {
-            auto& names = *static_cast<Names*>(collected);
-            try {
-                const char* name = info->dlpi_name;
-                if (name != nullptr) names.list.emplace_back(name, LoaderNameLength(name));
-                return 0;
-            } catch (const std::bad_alloc&) {
-                names.complete = false;
-                return 1;
-            }
-        },
-        &names);
-    if (!names.complete) throw std::bad_alloc();
-    return std::move(names.list);
-}
-
+// Whether the loader would take a module it holds already for that needed
+// name; asked of the loader itself, without listing the loaded objects.
 bool IsLoadedByName(const std::string& name)
 {
-    for (const std::string& loaded : LoadedModuleNames()) {
-        if (name == FileNamePart(loaded.c_str())) return true;
-    }
-    return false;
+    void* loaded = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (loaded != nullptr) dlclose(loaded);
+    return loaded != nullptr;
 }
 
 // The file the loader would load for a needed name from the module's
@@ -135,9 +111,12 @@ bool IsLoadedByName(const std::string& name)
 std::string FindDependency(const std::string& name, const std::vector<std::string>& directories)
 {
     if (name.find('/') != std::string::npos) return name;
+    // Most needed names are loaded already (the run-time, the platform
+    // library): the loader answers those without a look at the directories.
+    if (IsLoadedByName(name)) return std::string();
     for (const std::string& directory : directories) {
         const std::string candidate = directory + "/" + name;
-        if (IsRegularFile(candidate)) return IsLoadedByName(name) ? std::string() : candidate;
+        if (IsRegularFile(candidate)) return candidate;
     }
     return std::string();
 }
@@ -160,17 +139,60 @@ uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std:
     return kErrorSuccess;
 }
 
+// A file that passed, as it was then: the same file (device and inode),
+// the same size and the same modification time are not read again.
+struct FileIdentity {
+    dev_t device;
+    ino_t inode;
+    off_t size;
+    timespec modified;
+
+    explicit FileIdentity(const struct stat& info)
+        : device(info.st_dev), inode(info.st_ino), size(info.st_size), modified(info.st_mtim)
+    {
+    }
+    bool operator==(const FileIdentity& other) const
+    {
+        return device == other.device && inode == other.inode && size == other.size &&
+               modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+    }
+};
+
+struct PassedFiles {
+    std::mutex lock;
+    std::unordered_map<std::string, FileIdentity> files;
+};
+
+PassedFiles& Passed()
+{
+    static PassedFiles* passed = new PassedFiles;  // used until the process ends
+    return *passed;
+}
+
 }  // namespace
 
 uint32_t CheckModuleFile(const std::string& nativePath)
 {
-    // The loader hands out a module already loaded from that path without
-    // reading the file again.
-    for (const std::string& loaded : LoadedModuleNames()) {
-        if (loaded == nativePath) return kErrorSuccess;
+    struct stat info;
+    const bool known = stat(nativePath.c_str(), &info) == 0;
+    PassedFiles& passed = Passed();
+    if (known) {
+        std::lock_guard<std::mutex> guard(passed.lock);
+        const auto found = passed.files.find(nativePath);
+        if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
     }
     std::set<std::string> checked;
-    return CheckWithDependencies(nativePath, 0, &checked);
+    const uint32_t result = CheckWithDependencies(nativePath, 0, &checked);
+    if (result == kErrorSuccess && known) {
+        std::lock_guard<std::mutex> guard(passed.lock);
+        // A pass that cannot be remembered is checked again next time; the
+        // file passed all the same.
+        try {
+            passed.files.insert_or_assign(nativePath, FileIdentity(info));
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    return result;
 }
 
 }  // namespace Platform

@@ -32,8 +32,19 @@ std::string WithDefaultExtension(std::string name)
     return name;
 }
 
+// An absolute path without empty, "." or ".." components and without a
+// final slash is its own normal form; a name that merely begins with a dot
+// takes the long way too.
+bool IsAbsoluteNormal(const std::string& path)
+{
+    return path.size() > 1 && path[0] == '/' && path.back() != '/' && path.find("/.") == std::string::npos &&
+           path.find("//") == std::string::npos;
+}
+
 std::string AbsoluteNormalPath(const std::string& path)
 {
+    // Every load by path comes here; most paths are normal already.
+    if (IsAbsoluteNormal(path)) return path;
     std::error_code error;
     std::filesystem::path absolute = std::filesystem::absolute(path, error);
     if (error) return path;
@@ -108,10 +119,13 @@ void* OpenWithLoader(const std::string& file, LoaderFailure* failure)
     return handle;
 }
 
-ModuleHandle OpenModuleFile(const std::string& path, LoaderFailure* failure)
+ModuleHandle OpenModuleFile(const std::string& path, bool held, LoaderFailure* failure)
 {
-    // A truncated or damaged file is refused before the loader maps it.
-    const uint32_t refusal = CheckModuleFile(path);
+    // A truncated or damaged file is refused before the loader maps it. A
+    // module held from that very path is handed out again by the loader
+    // without reading the file: neither the file nor the list of loaded
+    // objects is looked at.
+    const uint32_t refusal = held ? kErrorSuccess : CheckModuleFile(path);
     if (refusal != kErrorSuccess) {
         SetLastErrorCode(refusal);
         return nullptr;
@@ -193,8 +207,9 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     const std::string name = WithDefaultExtension(ToNativePath(given.c_str()));
     if (name.find('/') != std::string::npos) {
         const std::string file = AbsoluteNormalPath(name);
-        const uint32_t reason = RegularFileOrReason(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, failure);
+        const bool held = IsHeldPath(file);
+        const uint32_t reason = held ? kErrorSuccess : RegularFileOrReason(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, held, failure);
         SetLastErrorCode(reason);
         return nullptr;
     }
@@ -202,11 +217,11 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     // A bare name: a module of that name already loaded wins, then the
     // executable's directory, the current directory, the library path.
     LoadedModule loaded;
-    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, failure);
+    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, IsHeldPath(loaded.path), failure);
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
         const uint32_t reason = RegularFileOrReason(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, failure);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, IsHeldPath(file), failure);
         if (!NotHere(reason)) {
             SetLastErrorCode(reason);
             return nullptr;
@@ -225,7 +240,6 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     return opened.Keep();
 }
 
-
 ModuleHandle LoadModule(const char* path)
 {
     dlerror();  // a message left from an earlier failure must not be taken for this one's
@@ -243,9 +257,13 @@ ModuleHandle LoadModule(const char* path)
 ExportedFunction FindExport(ModuleHandle module, const char* name)
 try {
     if (module == nullptr) module = MainProgram();
-    // A module the platform holds a reference to is loaded; any other handle
-    // is looked for among all the loaded objects.
-    const bool held = module == MainProgram() || FindHeldModule(module, nullptr);
+    // A module the platform holds a reference to is loaded, and answers from
+    // the exports found in it before; any other handle is looked for among
+    // all the loaded objects.
+    void* symbol = nullptr;
+    const bool held = module == MainProgram() || (name != nullptr ? FindKnownExport(module, name, &symbol)
+                                                                  : FindHeldModule(module, nullptr));
+    if (symbol != nullptr) return reinterpret_cast<ExportedFunction>(symbol);
     LoadedModule owner;
     if (!held && !FindModuleByHandle(module, &owner)) {
         SetLastErrorCode(kErrorModuleNotFound);
@@ -253,13 +271,13 @@ try {
     }
     // dlsym also searches the module's dependencies; only the module's own
     // exports count.
-    void* symbol = nullptr;
     if (name != nullptr) symbol = held ? dlsym(module, name) : SymbolOfModuleNotHeld(module, owner.path, name);
     if (symbol != nullptr && ModuleHolding(symbol) != module) symbol = nullptr;
     if (symbol == nullptr) {
         SetLastErrorCode(kErrorProcedureNotFound);
         return nullptr;
     }
+    if (held && module != MainProgram()) RememberExport(module, name, symbol);
     return reinterpret_cast<ExportedFunction>(symbol);
 } catch (const std::bad_alloc&) {
     return OutOfMemory(ExportedFunction{nullptr});

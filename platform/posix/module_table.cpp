@@ -1,7 +1,11 @@
 #include "platform/posix/module_table.h"
 
+#include <cstring>
 #include <mutex>
+#include <new>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace Orvik {
 namespace Platform {
@@ -11,6 +15,9 @@ namespace {
 struct HeldModule {
     std::string path;
     uint32_t references;
+    // A module asks for few exports, always the same ones: a short list
+    // beats hashing the name.
+    std::vector<std::pair<std::string, void*>> exports;
 };
 
 struct ModuleTable {
@@ -18,6 +25,8 @@ struct ModuleTable {
     // finalisation, which may load or free modules in turn.
     std::mutex lock;
     std::unordered_map<ModuleHandle, HeldModule> modules;
+    // The first path of each held module.
+    std::unordered_map<std::string, ModuleHandle> paths;
 };
 
 ModuleTable& Table()
@@ -32,7 +41,17 @@ void AddModuleReference(ModuleHandle module, std::string path)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
-    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0});
+    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0, {}});
+    // A module is recorded with both entries or not at all (the caller then
+    // gives the loader's reference back).
+    if (inserted.second) {
+        try {
+            table.paths.emplace(inserted.first->second.path, module);
+        } catch (const std::bad_alloc&) {
+            table.modules.erase(inserted.first);
+            throw;
+        }
+    }
     ++inserted.first->second.references;
 }
 
@@ -42,7 +61,11 @@ bool DropModuleReference(ModuleHandle module)
     std::lock_guard<std::mutex> guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
-    if (--held->second.references == 0) table.modules.erase(held);
+    if (--held->second.references == 0) {
+        const auto path = table.paths.find(held->second.path);
+        if (path != table.paths.end() && path->second == module) table.paths.erase(path);
+        table.modules.erase(held);
+    }
     return true;
 }
 
@@ -54,6 +77,45 @@ bool FindHeldModule(ModuleHandle module, std::string* path)
     if (held == table.modules.end()) return false;
     if (path != nullptr) *path = held->second.path;
     return true;
+}
+
+bool IsHeldPath(const std::string& path)
+{
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    return table.paths.count(path) != 0;
+}
+
+bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
+{
+    *symbol = nullptr;
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const auto held = table.modules.find(module);
+    if (held == table.modules.end()) return false;
+    for (const auto& known : held->second.exports) {
+        if (std::strcmp(known.first.c_str(), name) == 0) {
+            *symbol = known.second;
+            break;
+        }
+    }
+    return true;
+}
+
+void RememberExport(ModuleHandle module, const char* name, void* symbol)
+{
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const auto held = table.modules.find(module);
+    if (held == table.modules.end()) return;
+    for (const auto& known : held->second.exports) {
+        if (std::strcmp(known.first.c_str(), name) == 0) return;  // another thread was first
+    }
+    // An export that cannot be kept is looked up again next time.
+    try {
+        held->second.exports.emplace_back(name, symbol);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 }  // namespace Platform

@@ -70,6 +70,10 @@ char* Chars(const unsigned char* text)
 int Compare(const char* a, const char* b, bool foldCase)
 {
     const CodePage page;
+    if (!foldCase && !page.IsDoubleByte()) {
+        const int order = std::strcmp(a, b);
+        return order < 0 ? -1 : order > 0 ? 1 : 0;
+    }
     const unsigned char* p = Bytes(a);
     const unsigned char* q = Bytes(b);
     for (;;) {

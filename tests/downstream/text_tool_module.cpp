@@ -4,6 +4,9 @@
 #include <cstring>
 
 #include "orvik/module/component_impl.h"
+#include "orvik/module/debug_line.h"
+// The project's own header of a name the framework's headers once used.
+#include "platform/debug_output.h"
 #include "text_interfaces.h"
 
 namespace Downstream {
@@ -21,7 +24,7 @@ public:
         return static_cast<int32_t>(length);
     }
 
-    void Uninitialize() override {}
+    void Uninitialize() override { Orvik::OutputDebugLine("%sreleased", DebugPrefix()); }
 };
 
 Orvik::TComponentRegistrar<CTextTool> textToolRegistrar;

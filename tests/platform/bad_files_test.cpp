@@ -77,6 +77,21 @@ TEST(BadFiles, ModuleCutShortIsRefused)
     }
 }
 
+TEST(BadFiles, ModuleFileChangedSinceItLoadedIsCheckedAgain)
+{
+    ScratchDirectory scratch("changed_module");
+    const Bytes whole = ReadBytes(ProbePath("probe_a.dll"));
+    const fs::path file = scratch.native() / "changing.dll";
+    WriteBytes(file, whole);
+    EXPECT_EQ(LoadError(scratch.Framework("changing.dll")), Platform::kErrorSuccess);
+    // Unloaded, then cut short under the same name: the earlier check no
+    // longer speaks for the file.
+    WriteBytes(file, Bytes(whole.begin(), whole.begin() + 8192));
+    EXPECT_EQ(LoadError(scratch.Framework("changing.dll")), Platform::kErrorBadExeFormat);
+    WriteBytes(file, whole);
+    EXPECT_EQ(LoadError(scratch.Framework("changing.dll")), Platform::kErrorSuccess);
+}
+
 TEST(BadFiles, DevicesAreNotReadAsFiles)
 {
 #if defined(_WIN32)

@@ -45,6 +45,11 @@ TEST(CommandLine, WrongCommandLinesAreUsageErrors)
         {"resolve", "--config", "a.ini"},
         {"check", std::string(300, 'a')},
         {"check", "--version"},
+        {"check", "--program"},
+        {"check", "a.ini", "--program", "app"},
+        {"catalog", "--program", "app"},
+        {"resolve", "--program", "no_such_program"},
+        {"resolve", "--program", "."},
     };
     for (const auto& argv : wrong) {
         const CommandResult result = RunCommand(argv);

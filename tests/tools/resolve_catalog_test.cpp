@@ -20,9 +20,11 @@ TEST_F(Resolve, ShowsEveryStepOfTheChainAndTheRuleOfTheModulePath)
     // A relative redirect ends the chain: this one's own redirect is not read.
     Write("conf/final.ini", "[Redirect]\nPath=unread.ini\n[361]\nDLL=OrvFact.dll\n[DefaultValue]\nDllPath=bin\n");
 
+    // The module it names is not there: a module would not find the factory.
     const CommandResult result = RunCommand({"resolve", start, "--json"});
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.status, 1);
     const JsonValue& json = result.json;
+    EXPECT_EQ(Texts(json["problems"], "reason"), std::vector<std::string>{"factory-module-missing"});
     EXPECT_EQ(json["start"].text, Framework("start.ini"));
     ASSERT_EQ(json["chain"].items.size(), 2u) << result.out;
     EXPECT_EQ(json["chain"][0]["profile"].text, Framework("start.ini"));
@@ -68,6 +70,51 @@ TEST_F(Resolve, NamesEachCaseOfTheModulePathRule)
     const JsonValue json = RunCommand({"resolve", Write("Orvik.ini", cases[3].first), "--json"}).json;
     EXPECT_EQ(json["factoryModule"]["path"].text, Module("OrvFact.dll"));
     EXPECT_TRUE(json["factoryModule"]["exists"].boolean);
+}
+
+TEST_F(Resolve, ReadsTheProfileBesideTheProgram)
+{
+    std::filesystem::create_directories(scratch_.native() / "bin");
+    const std::string program = Write("bin/app", "a program\n");
+    Write("bin/Orvik.ini", "[361]\nDLL=" + Module("OrvFact.dll") + "\n");
+    // Where the command runs has its own file, which the program never reads.
+    Write("Orvik.ini", "[361]\nDLL=elsewhere.dll\n");
+
+    const CommandResult result = RunCommand({"resolve", "--program", program, "--json"});
+    EXPECT_EQ(result.status, 0) << result.out;
+    EXPECT_EQ(result.json["program"].text, Framework("bin\\app"));
+    EXPECT_EQ(result.json["start"].text, Framework("bin\\Orvik.ini"));
+    EXPECT_EQ(result.json["factoryModule"]["path"].text, Module("OrvFact.dll"));
+    EXPECT_TRUE(result.json["ok"].boolean);
+    const CommandResult text = RunCommand({"resolve", "--program", program});
+    EXPECT_EQ(text.out.rfind("program: " + Framework("bin\\app"), 0), 0u) << text.out;
+}
+
+TEST_F(Resolve, WithoutAProfileThereIsNoFactoryModule)
+{
+    // No Orvik.ini beside the program: [361] DLL reads empty and the rule
+    // names the program's directory, which is no module.
+    const std::string program = Write("app", "a program\n");
+    const CommandResult result = RunCommand({"resolve", "--program", program, "--json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_FALSE(result.json["finalExists"].boolean);
+    EXPECT_FALSE(result.json["factoryModule"]["exists"].boolean);
+    EXPECT_EQ(Texts(result.json["problems"], "reason"), std::vector<std::string>{"profile-missing"});
+    const CommandResult text = RunCommand({"resolve", "--program", program});
+    EXPECT_NE(text.out.find("PROBLEM no such file: " + Framework("Orvik.ini")), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("(missing)"), std::string::npos) << text.out;
+    EXPECT_EQ(text.out.find("(exists)"), std::string::npos) << text.out;
+
+    // A profile whose [361] DLL is blank or names a directory fails alike.
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"[361]\nDLL=\n", "no-factory-dll"},
+        {"[361]\nDLL=" + scratch_.Framework() + "\n", "factory-module-missing"},
+    };
+    for (const auto& entry : cases) {
+        const JsonValue json = RunCommand({"resolve", Write("Orvik.ini", entry.first), "--json"}).json;
+        EXPECT_FALSE(json["factoryModule"]["exists"].boolean) << entry.first;
+        EXPECT_EQ(Texts(json["problems"], "reason"), std::vector<std::string>{entry.second}) << entry.first;
+    }
 }
 
 using Catalog = ToolTest;

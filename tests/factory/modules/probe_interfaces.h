@@ -12,7 +12,7 @@
 namespace Orvik::Testing {
 
 // Which provider module made a component.
-enum ProviderTag : int32_t { kAlphaTag = 1, kBetaTag, kGammaTag, kSharedTag, kPreloadTag };
+enum ProviderTag : int32_t { kAlphaTag = 1, kBetaTag, kGammaTag, kSharedTag, kPreloadTag, kStdcallTag };
 
 // Provided by fact_alpha and fact_beta: the configuration decides.
 constexpr ComponentId kCommonId = 8201;
@@ -28,9 +28,12 @@ constexpr ComponentId kPreloadId = 8206;
 // whose CreateComponent export throws.
 constexpr ComponentId kThrowingId = 8207;
 constexpr ComponentId kForeignId = 8208;
+// fact_stdcall, made by hand with stdcall as its exports' default calling
+// convention on 32-bit Windows.
+constexpr ComponentId kStdcallId = 8209;
 
 using ProbeIds = std::integer_sequence<ComponentId, kCommonId, kAlphaOnlyId, kBetaOnlyId, kGammaId, kSharedId,
-                                       kPreloadId>;
+                                       kPreloadId, kStdcallId>;
 
 // A component's answer when it asked the factory how to log.
 struct LogQuery {

@@ -4,9 +4,11 @@
 #include <cstdint>
 
 #if defined(_WIN32)
-#define TOOL_EXPORT extern "C" __declspec(dllexport)
-#define TOOL_IMPORT extern "C" __declspec(dllimport)
+#define TOOL_EXPORT_CPP __declspec(dllexport)
+#define TOOL_IMPORT_CPP __declspec(dllimport)
 #else
-#define TOOL_EXPORT extern "C" __attribute__((visibility("default")))
-#define TOOL_IMPORT extern "C"
+#define TOOL_EXPORT_CPP __attribute__((visibility("default")))
+#define TOOL_IMPORT_CPP
 #endif
+#define TOOL_EXPORT extern "C" TOOL_EXPORT_CPP
+#define TOOL_IMPORT extern "C" TOOL_IMPORT_CPP

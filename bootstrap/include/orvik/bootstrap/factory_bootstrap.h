@@ -1,7 +1,8 @@
 #pragma once
-// How a module obtains the factory: once, into a module-wide pointer, from
-// the factory module it was given, or that is already loaded, or that its
-// profile names.
+/// \file
+/// How a module obtains the factory: once, into a module-wide pointer, from
+/// the factory module it was given, or that is already loaded, or that its
+/// profile names.
 
 #include "orvik/module/component.h"
 #include "orvik/module/component_factory.h"
@@ -9,27 +10,34 @@
 
 namespace Orvik {
 
-// Where the factory module comes from when the module holds no factory yet.
+/// Where the factory module comes from when the module holds no factory yet.
 enum class FactoryModuleSource {
-    // The handle given by SetFactoryHandle, else the module the profile names.
+    /// The handle given by SetFactoryHandle, else the module the profile names.
     GivenHandle,
-    // An "OrvFact.dll" already loaded in the process, else the profile's.
+    /// An "OrvFact.dll" already loaded in the process, else the profile's.
     LoadedModule,
 };
 
-// The module's factory; null until LoadFactory succeeds, then kept.
+/// The module's factory; null until LoadFactory succeeds, then kept.
 IOrvikComponentFactory* ModuleFactory();
-// Drops the module's factory pointer when it names this factory. The factory
-// module calls it as its factory ends, so that its own timer and requests
-// never reach a destroyed factory but obtain the next one.
+/// Drops the module's factory pointer when it names this factory. The factory
+/// module calls it as its factory ends, so that its own timer and requests
+/// never reach a destroyed factory but obtain the next one.
 void ForgetFactory(IOrvikComponentFactory* factory);
 
+/// The factory module as source says, else the one named by the profile of
+/// configPath ("Orvik.ini" in the host's directory when null or empty, a
+/// relative path from there, following "[Redirect] Path"), loaded and never
+/// freed. Null when it does not load.
 Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source);
+/// The factory of that module, from its CreateComponent export with 361 and
+/// creator id 0; null, with a debug line, when the export is missing or
+/// yields nothing.
 IOrvikComponentFactory* CreateFactoryFromModule(Platform::ModuleHandle module);
-// Obtains the factory into the module-wide pointer. When the factory module
-// cannot be loaded, writes one line and leaves the pointer as it was; when
-// the module loads but yields no factory, writes the lookup's or creation's
-// line and one more, and the pointer becomes null.
+/// Obtains the factory into the module-wide pointer. When the factory module
+/// cannot be loaded, writes one line and leaves the pointer as it was; when
+/// the module loads but yields no factory, writes the lookup's or creation's
+/// line and one more, and the pointer becomes null.
 void LoadFactory(const char* configPath, FactoryModuleSource source);
 
 }  // namespace Orvik

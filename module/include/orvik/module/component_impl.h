@@ -1,10 +1,12 @@
 #pragma once
-// How a module implements components: TComponentImpl gives a concrete class
-// the IComponent operations, TOrvik owns its subordinate objects, and one
-// TComponentRegistrar per class makes it creatable by id.
-//
-//   class CClock : public TComponentImpl<IClock, CClock, 1200, 0, 0> { ... };
-//   static TComponentRegistrar<CClock> clockRegistrar;
+/// \file
+/// How a module implements components: TComponentImpl gives a concrete class
+/// the IComponent operations, TOrvik owns its subordinate objects, and one
+/// TComponentRegistrar per class makes it creatable by id.
+/// \code
+///   class CClock : public TComponentImpl<IClock, CClock, 1200, 0, 0> { ... };
+///   static TComponentRegistrar<CClock> clockRegistrar;
+/// \endcode
 
 #include <atomic>
 #include <cstdint>
@@ -22,15 +24,19 @@
 
 namespace Orvik {
 
-// An object a component owns; deleted with it.
+/// An object a component owns; deleted with it.
 class IOwnedObject {
 public:
+    /// Deleted by the component that owns it.
     virtual ~IOwnedObject() = default;
 };
 
+/// The second base of every TComponentImpl: the objects a component owns,
+/// deleted with it.
 template <class Class>
 class TOrvik {
 public:
+    /// Deletes the owned objects, the list's and the map's.
     virtual ~TOrvik()
     {
         for (IOwnedObject* object : ownedObjectList_) delete object;
@@ -38,32 +44,49 @@ public:
     }
 
 protected:
+    /// Deletes the objects of the map and empties it; the Release that
+    /// finalises the component does so after Uninitialize.
     void DeleteOwnedObjectMap()
     {
         for (auto& entry : ownedObjectMap_) delete entry.second;
         ownedObjectMap_.clear();
     }
 
+    /// Owned objects by a key of the component's choice.
     std::map<uint32_t, IOwnedObject*> ownedObjectMap_;
+    /// Owned objects without a key.
     std::list<IOwnedObject*> ownedObjectList_;
 };
 
-// Singleton: 1 gives one object per module, handed out by every creation,
-// 0 a new object each time. NeedsForce: 1 makes Release(0) do nothing, so
-// only a forced Release ends the component (the factory's choice); 0 lets
-// any Release end it. Every component runs Uninitialize once, at the
-// Release that finalises it.
+/// The IComponent operations of a concrete class: Interface is the
+/// interface it implements, Class the class itself, Id its component id.
+/// Class supplies Uninitialize and Interface's own operations.
+///
+/// Singleton: 1 gives one object per module, handed out by every creation,
+/// 0 a new object each time. NeedsForce: 1 makes Release(0) do nothing, so
+/// only a forced Release ends the component (the factory's choice); 0 lets
+/// any Release end it. Every component runs Uninitialize once, at the
+/// Release that finalises it.
 template <class Interface, class Class, ComponentId Id, int Singleton, int NeedsForce>
 class TComponentImpl : public Interface, public TOrvik<Class> {
 public:
+    /// The class's id, as TComponentRegistrar registers it.
     static constexpr ComponentId kComponentId = Id;
 
+    /// Returns Id.
     ComponentId GetComponentID() override { return Id; }
+    /// Returns 1.
     int32_t GetVersion() override { return 1; }
 
-    // Nothing that Uninitialize or the idle notice throws leaves Release: a
-    // component whose finalisation throws stays as it was, live and listed,
-    // and the leak report names it.
+    /// Ends the component as the class's flags allow. An allowed Release
+    /// runs Uninitialize and empties the owned map the first time, then
+    /// destroys the component unless it is held; the module's last live
+    /// component (other than the factory) going tells the factory that the
+    /// module is idle. Does nothing while the module is not dll-safe.
+    ///
+    /// Nothing that Uninitialize or the idle notice throws leaves Release: a
+    /// component whose finalisation throws stays as it was, live and listed,
+    /// and the leak report names it.
     void Release(int32_t force) override
     {
         // The module stays loaded until this returns, idle notice included.
@@ -102,17 +125,22 @@ private:
     }
 
 public:
+    /// The auto-release mark.
     uint32_t GetAutoRelease() override { return autoRelease_.load(std::memory_order_relaxed); }
+    /// Sets the auto-release mark.
     void SetAutoRelease(uint32_t value) override { autoRelease_.store(value, std::memory_order_relaxed); }
+    /// Does nothing.
     void Reserved1() override {}
+    /// Does nothing.
     void Reserved2() override {}
+    /// Does nothing.
     void Reserved3() override {}
 
-    // Run once, by the Release that finalises the component.
+    /// Run once, by the Release that finalises the component.
     virtual void Uninitialize() = 0;
 
-    // path, or the module's registry path when path is null or empty. A
-    // buffer too small for it is left empty.
+    /// path, or the module's registry path when path is null or empty. A
+    /// buffer too small for it is left empty.
     virtual void GetConfigPath(const char* path, char* buffer, int32_t size)
     {
         if (buffer == nullptr || size <= 0) return;
@@ -124,7 +152,7 @@ public:
         CopyString(buffer, size, path);
     }
 
-    // The creator the module's table holds for this class.
+    /// The creator the module's table holds for this class.
     static IComponent* CreateInstance()
     {
         if (Singleton == 0) return new (std::nothrow) Class;
@@ -142,7 +170,10 @@ public:
     }
 
 protected:
+    /// Only CreateInstance makes components.
     TComponentImpl() = default;
+    /// Only Release ends a component; destroying one otherwise while it is
+    /// pending finalisation or held stops in the debugger.
     ~TComponentImpl() override
     {
         // Only Release may end a component, after finalising it. An object
@@ -159,12 +190,14 @@ protected:
         }
     }
 
+    /// 1 until the component is finalised (Uninitialize has run).
     int32_t finalisePending_ = 1;
-    // While not 0, an allowed Release finalises the component but keeps it.
+    /// While not 0, an allowed Release finalises the component but keeps it.
     int32_t hold_ = 0;
+    /// NeedsForce: while 1, Release(0) does nothing.
     int32_t needsForce_ = NeedsForce;
-    // A shared instance is marked by every smart pointer that obtains it,
-    // from any thread.
+    /// A shared instance is marked by every smart pointer that obtains it,
+    /// from any thread.
     std::atomic<uint32_t> autoRelease_{0};
 
 private:
@@ -183,11 +216,12 @@ template <class Interface, class Class, ComponentId Id, int Singleton, int Needs
 TComponentImpl<Interface, Class, Id, Singleton, NeedsForce>*
     TComponentImpl<Interface, Class, Id, Singleton, NeedsForce>::instance_ = nullptr;
 
-// One static object per component class registers its creator while the
-// module starts.
+/// One static object per component class registers its creator while the
+/// module starts.
 template <class Class>
 class TComponentRegistrar {
 public:
+    /// Registers Class::CreateInstance for Class::kComponentId.
     TComponentRegistrar() { RegisterCreator(Class::kComponentId, &Class::CreateInstance); }
 };
 
