@@ -5,9 +5,12 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
+#include <string_view>
 
 #include "platform/win32/load_failure_note.h"
 #include "platform/win32/missing_import.h"
@@ -28,7 +31,10 @@ DWORD OpenSharedSlot()
     HANDLE mapping = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(LONG), name);
     if (mapping == nullptr) return kNoSlot;
     auto* shared = static_cast<volatile LONG*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(LONG)));
-    if (shared == nullptr) return kNoSlot;
+    if (shared == nullptr) {
+        CloseHandle(mapping);
+        return kNoSlot;
+    }
     // The mapping starts zeroed; it holds the slot plus one once set.
     if (*shared == 0) {
         const DWORD mine = TlsAlloc();
@@ -37,13 +43,23 @@ DWORD OpenSharedSlot()
             TlsFree(mine);
         }
     }
-    return *shared == 0 ? kNoSlot : static_cast<DWORD>(*shared - 1);
+    if (*shared != 0) return static_cast<DWORD>(*shared - 1);
+    // Asked for again at the next failed load.
+    UnmapViewOfFile(const_cast<LONG*>(shared));
+    CloseHandle(mapping);
+    return kNoSlot;
 }
 
 DWORD SharedSlot()
 {
-    static const DWORD slot = OpenSharedSlot();
-    return slot;
+    // Kept once had; a slot the system could not give now is asked for again.
+    static std::atomic<DWORD> slot{kNoSlot};
+    DWORD known = slot.load(std::memory_order_acquire);
+    if (known == kNoSlot) {
+        known = OpenSharedSlot();
+        if (known != kNoSlot) slot.store(known, std::memory_order_release);
+    }
+    return known;
 }
 
 // The calling thread's record; made on the process heap, which every module
@@ -61,7 +77,7 @@ LoadFailure* ThreadRecord(bool create)
 }
 
 template <size_t N>
-void CopyBounded(char (&destination)[N], const std::string& source)
+void CopyBounded(char (&destination)[N], std::string_view source)
 {
     const size_t length = source.size() < N ? source.size() : N - 1;
     std::memcpy(destination, source.data(), length);
@@ -94,13 +110,18 @@ void NoteLoadFailure(const char* path)
     LoadFailure* failure = ThreadRecord(true);
     if (failure != nullptr) {
         const char* asked = path != nullptr ? path : "";
-        const MissingImport missing = FindMissingImport(asked, code);
         ++failure->count;
         failure->code = code;
         CopyBounded(failure->path, asked);
-        CopyBounded(failure->text, SystemText(code, asked));
-        CopyBounded(failure->missingModule, missing.module);
-        CopyBounded(failure->missingSymbol, missing.procedure);
+        failure->text[0] = failure->missingModule[0] = failure->missingSymbol[0] = '\0';
+        try {
+            const MissingImport missing = FindMissingImport(asked, code);
+            CopyBounded(failure->text, SystemText(code, asked));
+            CopyBounded(failure->missingModule, missing.module);
+            CopyBounded(failure->missingSymbol, missing.procedure);
+        } catch (const std::bad_alloc&) {
+            // The loader's words are lost; the number and the path stay.
+        }
     }
     SetLastError(code);
 }
@@ -120,7 +141,7 @@ bool GetLastLoadFailure(LoadFailure* failure)
 }
 
 bool FindUnresolvedImport(const char* path, char* symbol, uint32_t size)
-{
+try {
     if (symbol == nullptr || size == 0) return false;
     const DWORD code = GetLastError();
     const std::string missing = path != nullptr ? FindMissingImport(path, kErrorProcedureNotFound).procedure : "";
@@ -132,6 +153,10 @@ bool FindUnresolvedImport(const char* path, char* symbol, uint32_t size)
     missing.copy(symbol, missing.size());
     symbol[missing.size()] = '\0';
     return true;
+} catch (const std::bad_alloc&) {
+    symbol[0] = '\0';
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
 }
 
 }  // namespace Platform
