@@ -1,6 +1,7 @@
 #include "orvik/bootstrap/factory_bootstrap.h"
 
 #include <atomic>
+#include <new>
 
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "bootstrap/profile_resolution.h"
@@ -29,7 +30,13 @@ Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSo
     }
     char profile[Platform::kMaxPath] = {};
     char modulePath[Platform::kMaxPath] = {};
-    ResolveProfilePath(configPath, profile, sizeof profile);
+    // Following the redirects keeps a list of the profiles read: without the
+    // memory for it, the module cannot be found this time.
+    try {
+        ResolveProfilePath(configPath, profile, sizeof profile);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
     ResolveFactoryModulePath(profile, modulePath, sizeof modulePath);
     // The bootstrap never frees the factory module.
     return Platform::LoadModule(modulePath);

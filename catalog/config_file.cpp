@@ -183,7 +183,11 @@ void CComponentClassInfoList::ReadConfigText(const char* path)
     textFile_ = path != nullptr ? path : "";
     const Platform::UniqueFile file(Platform::OpenFileForReading(path));
     if (!file) return;
+    // All bits set with an error is no size: the file could not be asked,
+    // and reads as one that could not be read.
+    Platform::SetLastErrorCode(Platform::kErrorSuccess);
     const uint32_t size = Platform::GetFileSizeLow(file.get());
+    if (size == ~uint32_t{0} && Platform::GetLastErrorCode() != Platform::kErrorSuccess) return;
     // A buffer that cannot be had reads as an empty file: no exception may
     // leave the module. Its bytes are those read or, when the read falls
     // short, never looked at: only the terminator needs setting.

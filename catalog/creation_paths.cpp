@@ -176,10 +176,11 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         // The module was forgotten: load it again by its listed name.
         char path[Platform::kMaxPath] = {};
         JoinPath(dllPath, record.dllName, path, sizeof path);
-        const Platform::ModuleHandle module = Platform::LoadModule(path);
+        Platform::UniqueModule reference(Platform::LoadModule(path));
         loadError = Platform::GetLastErrorCode();
+        const Platform::ModuleHandle module = reference.get();
         if (module != nullptr) {
-            dllListModules.emplace_back(module);
+            dllListModules.push_back(std::move(reference));
             for (auto& entry : dllListRecords) {
                 if (Platform::CompareText(entry.second.dllName, record.dllName) == 0) entry.second.module = module;
             }

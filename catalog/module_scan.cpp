@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "catalog/component_class_info_list.h"
 #include "orvik/module/module_exports.h"
@@ -29,10 +30,12 @@ size_t FirstItemLength(const char* list)
 
 }  // namespace
 
-// Lists a loaded module and records every id it reports as its own.
+// Lists a loaded module and records every id it reports as its own. The
+// reference is the list's once listed, and given back if it cannot be.
 void CComponentClassInfoList::RecordScannedModule(Platform::ModuleHandle module, const char* name, const char* path)
 {
-    dllListModules.emplace_back(module);
+    Platform::UniqueModule reference(module);
+    dllListModules.push_back(std::move(reference));
     auto getIds = FindModuleExport<Exports::GetComponentIDs>(module);
     if (getIds == nullptr) {
         OutputDebugLine("[Orvik_Error] No export \"GetComponentIDs\" function from %s Fail.\n", path);

@@ -95,11 +95,11 @@ private:
     // id, and whether to release), in constant time.
     std::recursive_mutex stateLock_;
     TOpenHashMap<ComponentId, IComponent> registeredInstances_;
+    // Null where ReleaseRegisteredInstances released the instance: it stays
+    // listed, and is never used again.
     std::vector<IComponent*> registeredList_;
-    // The members of registeredList_; written under stateLock_ only.
+    // Every instance ever listed; written under stateLock_ only.
     TGrowOnlySet<IComponent> listedInstances_;
-    // Released by ReleaseRegisteredInstances: listed, never used again.
-    std::set<IComponent*> releasedInstances_;
     Platform::CriticalSection factoryLock_;
     char rootPath_[Platform::kMaxPath];
     CLogFiles logFiles_;

@@ -1,6 +1,7 @@
 #include "factory/component_factory.h"
 
 #include <atomic>
+#include <exception>
 
 #include "bootstrap/profile_resolution.h"
 #include "log/log_settings.h"
@@ -15,6 +16,11 @@ std::atomic<bool> g_factoryAlive{false};
 
 TComponentRegistrar<COrvikComponentFactory> g_factoryRegistrar;
 
+// A factory made without the host directory would know neither its
+// configuration nor where its log files go: it is not made, and the next
+// request for it tries again.
+struct HostDirectoryUnknown : std::exception {};
+
 }  // namespace
 
 bool IsFactoryAlive() { return g_factoryAlive; }
@@ -23,6 +29,7 @@ void SetFactoryAlive(bool alive) { g_factoryAlive = alive; }
 
 COrvikComponentFactory::COrvikComponentFactory() : rootPath_{}, logFiles_(&factoryLock_, rootPath_)
 {
+    if (GetHostDirectory()[0] == '\0') throw HostDirectoryUnknown();
     g_factoryAlive = true;
     const StateGuard guard(stateLock_);
     CopyString(rootPath_, sizeof rootPath_, GetHostDirectory());
@@ -58,6 +65,9 @@ try {
         return catalog->CreateComponentFromDll(id);
     }
 
+    // A relative path is the host directory's: while that cannot be read,
+    // the catalog is not made, rather than made empty for good.
+    if (IsRelativePath(configPath) && GetHostDirectory()[0] == '\0') return nullptr;
     Catalog catalog(new (std::nothrow) CComponentClassInfoList);
     if (!catalog) return nullptr;
     catalog->SetOwnerLock(&stateLock_);

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "factory/component_factory.h"
 
@@ -10,8 +12,11 @@ constexpr uint32_t kUnloadDelayMs = 100;
 void COrvikComponentFactory::ListInstance(IComponent* instance)
 {
     if (listedInstances_.Contains(instance)) return;
-    registeredList_.push_back(instance);
+    // Whatever needs memory comes first: an instance is either listed
+    // everywhere or nowhere.
+    registeredList_.reserve(registeredList_.size() + 1);
     listedInstances_.Insert(instance);
+    registeredList_.push_back(instance);
 }
 
 void COrvikComponentFactory::RegisterInstance(ComponentId id, IComponent* instance)
@@ -20,8 +25,11 @@ try {
     // instances would destroy it in the middle of the walk.
     if (instance == nullptr || instance == this) return;
     const StateGuard guard(stateLock_);
-    registeredInstances_.Set(id, instance);
+    // An instance handed out by id is always listed, so that no smart
+    // pointer releases it: the map's room first, the entry last.
+    registeredInstances_.ReserveOneMore();
     ListInstance(instance);
+    registeredInstances_.Set(id, instance);
 } catch (...) {
 }
 
@@ -43,8 +51,10 @@ int32_t COrvikComponentFactory::IsRegisteredInstance(IComponent* instance)
 void COrvikComponentFactory::ReleaseRegisteredInstances()
 try {
     // Released instances stay listed, so smart pointers still leave them
-    // alone, but they are never handed out or released again. The list
-    // only grows, at its end: instances listed during the walk stay.
+    // alone, but they are never handed out or released again: the list
+    // keeps null in their place. The list only grows, at its end: instances
+    // listed during the walk stay. Nothing here needs memory, so no instance
+    // is left unreleased for the lack of it.
     size_t index = 0;
     {
         const StateGuard guard(stateLock_);
@@ -54,8 +64,8 @@ try {
         IComponent* instance = nullptr;
         {
             const StateGuard guard(stateLock_);
-            instance = registeredList_[index];
-            if (!releasedInstances_.insert(instance).second) continue;
+            instance = std::exchange(registeredList_[index], nullptr);
+            if (instance == nullptr) continue;
             registeredInstances_.EraseIf(
                 [instance](ComponentId, IComponent* registered) { return registered == instance; });
         }

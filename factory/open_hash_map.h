@@ -36,6 +36,18 @@ public:
         }
     }
 
+    // Only under the writers' lock: makes room for one more key, so that
+    // the next Set cannot fail. May throw std::bad_alloc, leaving the map as
+    // it was.
+    void ReserveOneMore()
+    {
+        const Table* table = current_.load(std::memory_order_relaxed);
+        // At most half full keeps the runs of probes short.
+        if (table == nullptr || 2 * (keys_ + 1) > table->mask + 1) {
+            Grow(table == nullptr ? kInitialSlots : 2 * (table->mask + 1));
+        }
+    }
+
     // Only under the writers' lock: sets the key's value. May throw
     // std::bad_alloc, leaving the map as it was.
     void Set(Key key, T* value)
@@ -44,12 +56,8 @@ public:
             slot->value.store(value, std::memory_order_release);
             return;
         }
-        const Table* table = current_.load(std::memory_order_relaxed);
-        // At most half full keeps the runs of probes short.
-        if (table == nullptr || 2 * (keys_ + 1) > table->mask + 1) {
-            table = Grow(table == nullptr ? kInitialSlots : 2 * (table->mask + 1));
-        }
-        Place(*table, key, value);
+        ReserveOneMore();
+        Place(*current_.load(std::memory_order_relaxed), key, value);
         ++keys_;
     }
 

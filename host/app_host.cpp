@@ -1,5 +1,8 @@
 #include "orvik/host/app_host.h"
 
+#include <cstring>
+#include <new>
+
 #include "orvik/module/component_factory.h"
 #include "orvik/module/module_exports.h"
 
@@ -22,13 +25,20 @@ std::string ProgramDirectory()
 {
     char path[Platform::kMaxPath] = {};
     Platform::GetModuleFilePath(nullptr, path, sizeof path);
-    const std::string program(path);
-    return program.substr(0, program.rfind('\\'));
+    try {
+        const std::string program(path);
+        return program.substr(0, program.rfind('\\'));
+    } catch (const std::bad_alloc&) {
+        return std::string();
+    }
 }
 
-AppHost::AppHost(const char* appModule, const char* factoryModule)
-    : appModule_(Platform::LoadModule(appModule)), factoryModule_(factoryModule)
+AppHost::AppHost(const char* appModule, const char* factoryModule) : appModule_(Platform::LoadModule(appModule))
 {
+    // Kept in the host itself: making one needs no memory that could fail
+    // to come.
+    if (factoryModule == nullptr || std::strlen(factoryModule) >= sizeof factoryModule_) factoryModule = "";
+    std::strcpy(factoryModule_, factoryModule);
 }
 
 AppHost::~AppHost()
@@ -38,6 +48,13 @@ AppHost::~AppHost()
 
 IComponent* AppHost::CreateComponent(ComponentId id)
 {
+    // Room first: a component once made is always kept, and released at
+    // shutdown.
+    try {
+        components_.reserve(components_.size() + 1);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
     IComponent* component = CreateFromModule(appModule_.get(), id);
     if (component != nullptr) components_.push_back(component);
     return component;
@@ -51,7 +68,7 @@ bool AppHost::Shutdown()
     // The factory is one object per process: its module hands the same one
     // to whoever asks for 361.
     auto* factory = static_cast<IOrvikComponentFactory*>(
-        CreateFromModule(Platform::FindLoadedModule(factoryModule_.c_str()), kFactoryComponentId));
+        CreateFromModule(Platform::FindLoadedModule(factoryModule_), kFactoryComponentId));
     if (factory == nullptr) return false;
     factory->ReleaseRegisteredInstances();
     factory->Release(1);

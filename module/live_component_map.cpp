@@ -26,6 +26,13 @@ size_t LiveComponentMap::FindSlot(const void* key) const
     }
 }
 
+void LiveComponentMap::Reserve()
+{
+    // At most half full, with every reserved entry in.
+    if (2 * (size_ + reserved_ + 1) > slots_.size()) Grow();
+    ++reserved_;
+}
+
 void LiveComponentMap::Insert(const ComponentInstanceInfo& info)
 {
     const size_t found = FindSlot(info.pointer);
@@ -59,19 +66,6 @@ bool LiveComponentMap::Erase(const void* component)
     slots_[hole] = ComponentInstanceInfo{};
     --size_;
     return true;
-}
-
-std::vector<ComponentInstanceInfo> LiveComponentMap::InAddressOrder() const
-{
-    std::vector<ComponentInstanceInfo> entries;
-    entries.reserve(size_);
-    for (const ComponentInstanceInfo& slot : slots_) {
-        if (slot.pointer != nullptr) entries.push_back(slot);
-    }
-    std::sort(entries.begin(), entries.end(), [](const ComponentInstanceInfo& a, const ComponentInstanceInfo& b) {
-        return Address(a.pointer) < Address(b.pointer);
-    });
-    return entries;
 }
 
 void LiveComponentMap::Grow()

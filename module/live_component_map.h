@@ -23,6 +23,12 @@ public:
     bool empty() const { return size_ == 0; }
     size_t size() const { return size_; }
 
+    // Room for a component about to be made: while one is reserved, the
+    // Insert of a new component needs no memory. Reserving may throw
+    // std::bad_alloc; the map is unchanged then. Every Reserve is followed
+    // by one Unreserve, after the Insert it was for, if any.
+    void Reserve();
+    void Unreserve() { --reserved_; }
     // Adds the component, or replaces its entry. Growing may throw
     // std::bad_alloc; the map is unchanged then.
     void Insert(const ComponentInstanceInfo& info);
@@ -30,8 +36,26 @@ public:
     bool Erase(const void* component);
     bool Contains(const void* component) const { return FindSlot(component) != kNone; }
 
-    // The entries in the order of their addresses.
-    std::vector<ComponentInstanceInfo> InAddressOrder() const;
+    // Hands each entry to visit in the order of their addresses. It needs no
+    // memory (each step looks for the next address), so the leak report at
+    // a module's end cannot fail.
+    template <class Visit>
+    void VisitInAddressOrder(Visit visit) const
+    {
+        const ComponentInstanceInfo* last = nullptr;
+        for (;;) {
+            const ComponentInstanceInfo* next = nullptr;
+            for (const ComponentInstanceInfo& slot : slots_) {
+                if (slot.pointer == nullptr || (last != nullptr && Address(slot.pointer) <= Address(last->pointer))) {
+                    continue;
+                }
+                if (next == nullptr || Address(slot.pointer) < Address(next->pointer)) next = &slot;
+            }
+            if (next == nullptr) return;
+            visit(*next);
+            last = next;
+        }
+    }
     // The listed component with the lowest address above `after` (any
     // address when fromStart) for which pick holds; null when none.
     template <class Predicate>
@@ -55,6 +79,7 @@ private:
 
     std::vector<ComponentInstanceInfo> slots_;
     size_t size_ = 0;
+    size_t reserved_ = 0;
 };
 
 }  // namespace Orvik

@@ -11,6 +11,47 @@ using Orvik::LiveComponentMap;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
+namespace {
+
+// Room in the live map for the component a creator is about to make: once
+// made, recording it needs no memory, so no component is made that could
+// not be recorded (and would be lost).
+class LiveEntryRoom {
+public:
+    LiveEntryRoom()
+    {
+        ModuleLockGuard guard;
+        live_ = Orvik::LiveMap();
+        if (live_ != nullptr) live_->Reserve();
+    }
+    // The room goes unused when no component was made.
+    ~LiveEntryRoom()
+    {
+        if (live_ == nullptr) return;
+        ModuleLockGuard guard;
+        if (live_ == Orvik::LiveMap()) live_->Unreserve();
+    }
+    LiveEntryRoom(const LiveEntryRoom&) = delete;
+    LiveEntryRoom& operator=(const LiveEntryRoom&) = delete;
+
+    // Records the component made; a singleton returned again keeps its one
+    // entry, with the latest creator.
+    void Record(const ComponentInstanceInfo& info)
+    {
+        ModuleLockGuard guard;
+        if (live_ != nullptr && live_ == Orvik::LiveMap()) {
+            live_->Insert(info);
+            live_->Unreserve();
+        }
+        live_ = nullptr;
+    }
+
+private:
+    LiveComponentMap* live_;
+};
+
+}  // namespace
+
 // What a creator throws (a constructor, an allocation) stays in the module
 // and reads as a creator that returned null.
 Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
@@ -22,6 +63,7 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
+    LiveEntryRoom room;
     // Creators run outside the module lock: they may load modules and call
     // back into this one.
     Orvik::IComponent* component = creator();
@@ -30,10 +72,7 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    ModuleLockGuard guard;
-    if (LiveComponentMap* live = Orvik::LiveMap()) {
-        live->Insert(ComponentInstanceInfo{componentId, creatorId, component});
-    }
+    room.Record(ComponentInstanceInfo{componentId, creatorId, component});
     return component;
 } catch (...) {
     OutputDebugLine("Orvik[Error]:CreateComponent method return NULL.\n");

@@ -183,12 +183,12 @@ void ReportLeaks()
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";
     OutputDebugLine("%s", kSeparator);
     OutputDebugLine("Orvik[Error]:Found leak Orvik components. Count:%d\n", static_cast<int>(live->size()));
-    for (const ComponentInstanceInfo& entry : live->InAddressOrder()) {
+    live->VisitInAddressOrder([](const ComponentInstanceInfo& entry) {
         // The pointer is written in full on 64-bit systems.
         OutputDebugLine("Orvik[Error]:ComponentID:0x%08x CreatorID:0x%08x Pointer:0x%08" PRIxPTR "\n",
                         static_cast<unsigned>(entry.componentId), entry.creatorId,
                         reinterpret_cast<uintptr_t>(entry.pointer));
-    }
+    });
     OutputDebugLine("%s", kSeparator);
 }
 

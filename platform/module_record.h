@@ -74,8 +74,9 @@ ORVIK_PLATFORM_API RecordFit FitOfRecord(const ModuleRecord& record);
 // as one line of text.
 ORVIK_PLATFORM_API void DescribeRecordFit(const ModuleRecord& record, char* text, size_t size);
 
-// Validates a section's bytes; Missing when they hold no record (another
-// program's section of that name).
+// Validates a record section of size bytes, of which bytes holds the first
+// (all of them, or as many as a ModuleRecord has); Missing when they hold no
+// record (another program's section of that name).
 RecordState DecodeModuleRecord(const void* bytes, size_t size, ModuleRecord* record);
 
 // What loading the file at path (native form) must fail with because of its

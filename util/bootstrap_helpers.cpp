@@ -24,16 +24,7 @@ int IsBlank(const char* text) { return Rules::IsBlank(text); }
 
 int IsRelativePath(const char* path) { return Rules::IsRelativePath(path); }
 
-const char* GetHostDirectory()
-{
-    struct HostDirectory {
-        HostDirectory() { Rules::ReadHostDirectory(text); }
-        char text[Platform::kMaxPath];
-    };
-    // Read once, by whichever thread asks first.
-    static const HostDirectory hostDirectory;
-    return hostDirectory.text;
-}
+const char* GetHostDirectory() { return Rules::HostDirectory(); }
 
 int JoinToBaseDirectory(const char* name, char* dst, int size)
 {

@@ -1,7 +1,9 @@
 #include "orvik/util/path_rules.h"
 
+#include <atomic>
 #include <initializer_list>
 
+#include "orvik/platform/lock.h"
 #include "orvik/platform/module_loader.h"
 #include "platform/multibyte.h"
 #include "orvik/util/string_rules.h"
@@ -29,14 +31,8 @@ bool EndsWithBackslash(const char* text)
     return last != nullptr && last[1] == '\0';
 }
 
-}  // namespace
-
-int IsRelativePath(const char* path)
-{
-    if (path == nullptr) return 1;
-    return !Holds(path, ':') && path[0] != '\\' ? 1 : 0;
-}
-
+// Fills buffer (kMaxPath bytes) with the host executable's directory; empty
+// when it cannot be read.
 void ReadHostDirectory(char* buffer)
 {
     buffer[0] = '\0';
@@ -45,13 +41,30 @@ void ReadHostDirectory(char* buffer)
     if (slash != nullptr) *slash = '\0';
 }
 
-const char* RefreshHostDirectory()
+}  // namespace
+
+int IsRelativePath(const char* path)
 {
-    // One buffer per thread: a refresh never changes text another thread
-    // is reading.
-    static thread_local char hostDirectory[Platform::kMaxPath];
-    ReadHostDirectory(hostDirectory);
-    return hostDirectory;
+    if (path == nullptr) return 1;
+    return !Holds(path, ':') && path[0] != '\\' ? 1 : 0;
+}
+
+const char* HostDirectory()
+{
+    // The module's buffer is written only until the directory is known and
+    // read only once it is: a lookup that failed (memory, the system) is
+    // made again at the next call, and meanwhile the answer is empty.
+    static char directory[Platform::kMaxPath];
+    static std::atomic<bool> known{false};
+    if (known.load(std::memory_order_acquire)) return directory;
+    static Platform::OwnedLock lock;
+    const Platform::LockGuard guard(lock.section());
+    if (!known.load(std::memory_order_relaxed)) {
+        ReadHostDirectory(directory);
+        if (directory[0] == '\0') return "";
+        known.store(true, std::memory_order_release);
+    }
+    return directory;
 }
 
 int JoinToBaseDirectory(const char* base, const char* name, char* dst, int size)

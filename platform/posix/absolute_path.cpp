@@ -4,13 +4,14 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
 namespace Platform {
 
 bool GetAbsoluteFrameworkPath(const char* path, char* buffer, uint32_t size)
-{
+try {
     if (buffer == nullptr || size == 0) return false;
     buffer[0] = '\0';
     std::error_code error;
@@ -22,6 +23,8 @@ bool GetAbsoluteFrameworkPath(const char* path, char* buffer, uint32_t size)
     if (framework.size() >= size) return false;
     std::memcpy(buffer, framework.c_str(), framework.size() + 1);
     return true;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 }  // namespace Platform

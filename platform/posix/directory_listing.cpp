@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -14,6 +15,7 @@
 
 #include "orvik/platform/file_system.h"
 #include "orvik/platform/module_loader.h"
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -52,22 +54,24 @@ bool WildcardMatch(const char* pattern, const char* name)
     return same && WildcardMatch(pattern + 1, name + 1);
 }
 
-FindData Describe(const std::string& directory, const char* name)
+// False when the entry cannot be described (it went meanwhile, or the
+// system failed to tell): a Windows listing always carries an entry's kind
+// and times, so such an entry is left out rather than listed without them.
+bool Describe(const std::string& directory, const char* name, FindData* data)
 {
-    FindData data = {};
     struct stat info;
-    if (stat((directory + "/" + name).c_str(), &info) == 0) {
-        data.attributes = S_ISDIR(info.st_mode) ? kFileAttributeDirectory : kFileAttributeArchive;
-        // POSIX keeps no creation time; the last status change stands in.
-        data.creationTime = ToFileTime(info.st_ctim);
-        data.lastAccessTime = ToFileTime(info.st_atim);
-        data.lastWriteTime = ToFileTime(info.st_mtim);
-        const uint64_t size = S_ISDIR(info.st_mode) ? 0 : static_cast<uint64_t>(info.st_size);
-        data.sizeHigh = static_cast<uint32_t>(size >> 32);
-        data.sizeLow = static_cast<uint32_t>(size & 0xFFFFFFFFu);
-    }
-    std::strncpy(data.name, name, sizeof data.name - 1);
-    return data;
+    if (stat((directory + "/" + name).c_str(), &info) != 0) return false;
+    *data = FindData{};
+    data->attributes = S_ISDIR(info.st_mode) ? kFileAttributeDirectory : kFileAttributeArchive;
+    // POSIX keeps no creation time; the last status change stands in.
+    data->creationTime = ToFileTime(info.st_ctim);
+    data->lastAccessTime = ToFileTime(info.st_atim);
+    data->lastWriteTime = ToFileTime(info.st_mtim);
+    const uint64_t size = S_ISDIR(info.st_mode) ? 0 : static_cast<uint64_t>(info.st_size);
+    data->sizeHigh = static_cast<uint32_t>(size >> 32);
+    data->sizeLow = static_cast<uint32_t>(size & 0xFFFFFFFFu);
+    std::strncpy(data->name, name, sizeof data->name - 1);
+    return true;
 }
 
 bool NameOrder(const FindData& a, const FindData& b) { return strcasecmp(a.name, b.name) < 0; }
@@ -75,7 +79,7 @@ bool NameOrder(const FindData& a, const FindData& b) { return strcasecmp(a.name,
 }  // namespace
 
 FindHandle FindFirstEntry(const char* pattern, FindData* data)
-{
+try {
     const std::string native = ToNativePath(pattern);
     const size_t slash = native.rfind('/');
     const std::string directory = slash == std::string::npos ? "." : (slash == 0 ? "/" : native.substr(0, slash));
@@ -84,14 +88,16 @@ FindHandle FindFirstEntry(const char* pattern, FindData* data)
 
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
     if (!stream) {
-        SetLastErrorCode(kErrorPathNotFound);
+        SetLastErrorCode(errno == ENOENT || errno == ENOTDIR ? kErrorPathNotFound : ErrorFromErrno(errno));
         return InvalidFindHandle();
     }
     auto listing = std::make_unique<DirectoryListing>();
+    FindData described;
+    // A directory that fails to list further ends the listing there.
     while (const dirent* entry = readdir(stream.get())) {
         if (!namePattern.empty() && std::strlen(entry->d_name) < sizeof data->name &&
-            WildcardMatch(namePattern.c_str(), entry->d_name)) {
-            listing->entries.push_back(Describe(directory, entry->d_name));
+            WildcardMatch(namePattern.c_str(), entry->d_name) && Describe(directory, entry->d_name, &described)) {
+            listing->entries.push_back(described);
         }
     }
     std::sort(listing->entries.begin(), listing->entries.end(), NameOrder);
@@ -102,6 +108,8 @@ FindHandle FindFirstEntry(const char* pattern, FindData* data)
     }
     *data = listing->entries[listing->next++];
     return listing.release();
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(InvalidFindHandle());
 }
 
 bool FindNextEntry(FindHandle find, FindData* data)

@@ -40,6 +40,7 @@ const unsigned char* FileElfImage::Block(uint64_t index) const
         const ssize_t got = pread(descriptor_, bytes.data() + done, static_cast<size_t>(length - done),
                                   static_cast<off_t>(start + done));
         if (got < 0 && errno == EINTR) continue;
+        if (got < 0) readError_ = errno;
         if (got <= 0) return nullptr;
         done += static_cast<uint64_t>(got);
     }

@@ -66,6 +66,10 @@ class FileElfImage final : public ElfImage {
 public:
     FileElfImage(int descriptor, uint64_t size);
 
+    // The errno of a read the system failed, 0 when none did: a device
+    // error is no damaged file.
+    int readError() const { return readError_; }
+
 private:
     bool ReadInside(uint64_t offset, void* out, uint64_t count) const override;
     // The block's bytes, read on first use; null when they cannot be read.
@@ -73,6 +77,7 @@ private:
 
     int descriptor_;
     mutable std::vector<std::vector<unsigned char>> blocks_;
+    mutable int readError_ = 0;
 };
 
 }  // namespace Platform

@@ -58,16 +58,17 @@ private:
     uint64_t names_ = 0;
 };
 
-bool NameIs(const ElfImage& image, const Section& names, uint32_t at, const std::string& wanted)
+bool NameIs(const ElfImage& image, const Section& names, uint32_t at, const char* wanted)
 {
-    if (at >= names.size || wanted.size() >= kMaxName) return false;
+    const size_t wantedSize = std::strlen(wanted) + 1;
+    if (at >= names.size || wantedSize > kMaxName) return false;
     char name[kMaxName] = {};
-    const uint64_t length = names.size - at < wanted.size() + 1 ? names.size - at : wanted.size() + 1;
-    return image.Read(names.offset + at, name, length) && std::memcmp(name, wanted.c_str(), wanted.size() + 1) == 0;
+    const uint64_t length = names.size - at < wantedSize ? names.size - at : wantedSize;
+    return image.Read(names.offset + at, name, length) && std::memcmp(name, wanted, wantedSize) == 0;
 }
 
 template <class Header, class SectionHeader>
-SectionSearch Search(const ElfImage& image, const std::string& name, std::vector<unsigned char>* bytes)
+SectionSearch Search(const ElfImage& image, const char* name, void* out, size_t capacity, uint64_t* size)
 {
     SectionTable<Header, SectionHeader> table;
     Section names;
@@ -78,22 +79,26 @@ SectionSearch Search(const ElfImage& image, const std::string& name, std::vector
         Section section;
         if (!table.At(image, i, &section)) return SectionSearch::NotElf;
         if (section.type == SHT_NOBITS || !NameIs(image, names, section.name, name)) continue;
-        return image.ReadArray(section.offset, section.size, bytes) ? SectionSearch::Found : SectionSearch::NotElf;
+        const uint64_t wanted = section.size < capacity ? section.size : capacity;
+        const bool inside = section.offset <= image.size() && section.size <= image.size() - section.offset;
+        if (!inside || !image.Read(section.offset, out, wanted)) return SectionSearch::NotElf;
+        *size = section.size;
+        return SectionSearch::Found;
     }
     return SectionSearch::NoSuchSection;
 }
 
 }  // namespace
 
-SectionSearch ReadElfSection(const ElfImage& image, const std::string& name, std::vector<unsigned char>* bytes)
+SectionSearch ReadElfSection(const ElfImage& image, const char* name, void* out, size_t capacity, uint64_t* size)
 {
     unsigned char ident[EI_NIDENT];
     if (!image.Read(0, ident, sizeof ident) || std::memcmp(ident, ELFMAG, SELFMAG) != 0 ||
         ident[EI_DATA] != ELFDATA2LSB) {
         return SectionSearch::NotElf;
     }
-    if (ident[EI_CLASS] == ELFCLASS64) return Search<Elf64_Ehdr, Elf64_Shdr>(image, name, bytes);
-    if (ident[EI_CLASS] == ELFCLASS32) return Search<Elf32_Ehdr, Elf32_Shdr>(image, name, bytes);
+    if (ident[EI_CLASS] == ELFCLASS64) return Search<Elf64_Ehdr, Elf64_Shdr>(image, name, out, capacity, size);
+    if (ident[EI_CLASS] == ELFCLASS32) return Search<Elf32_Ehdr, Elf32_Shdr>(image, name, out, capacity, size);
     return SectionSearch::NotElf;
 }
 

@@ -3,8 +3,8 @@
 // classes are read, so a tool also finds the section in a module of the
 // other word size.
 
-#include <string>
-#include <vector>
+#include <cstddef>
+#include <cstdint>
 
 #include "platform/posix/elf_image.h"
 
@@ -13,9 +13,10 @@ namespace Platform {
 
 enum class SectionSearch { Found, NoSuchSection, NotElf };
 
-// The contents of the first section called name; NotElf when the image is
-// no little-endian ELF file or its section headers do not fit it.
-SectionSearch ReadElfSection(const ElfImage& image, const std::string& name, std::vector<unsigned char>* bytes);
+// The first section called name: its size, and its first bytes, at most
+// capacity of them, in out. NotElf when the image is no little-endian ELF
+// file or its section headers do not fit it. Nothing is allocated.
+SectionSearch ReadElfSection(const ElfImage& image, const char* name, void* out, size_t capacity, uint64_t* size);
 
 }  // namespace Platform
 }  // namespace Orvik

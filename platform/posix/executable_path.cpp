@@ -1,18 +1,33 @@
 #include "platform/posix/executable_path.h"
 
+#include <limits.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <mutex>
+
+#include "platform/posix/error_numbers.h"
 
 namespace Orvik {
 namespace Platform {
 
-const std::string& ExecutablePath()
+std::string ExecutablePath()
 {
-    static const std::string path = [] {
-        char buffer[4096];
-        const ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-        return length > 0 ? std::string(buffer, static_cast<size_t>(length)) : std::string();
-    }();
-    return path;
+    // Plain storage, never destroyed: modules ask for the path in their own
+    // exit processing too.
+    static std::mutex lock;
+    static char path[PATH_MAX];
+    static size_t length = 0;
+    const std::lock_guard<std::mutex> guard(lock);
+    if (length == 0) {
+        const ssize_t read = readlink("/proc/self/exe", path, sizeof path - 1);
+        if (read <= 0) {
+            SetLastErrorCode(read < 0 ? ErrorFromErrno(errno) : kErrorFileNotFound);
+            return std::string();
+        }
+        length = static_cast<size_t>(read);
+    }
+    return std::string(path, length);
 }
 
 }  // namespace Platform

@@ -11,6 +11,7 @@
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -28,23 +29,35 @@ bool IsExport(const ElfW(Sym)& symbol)
            (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
 }
 
+// Closes the file however its reading ends.
+struct ClosedAtEnd {
+    int descriptor;
+    ~ClosedAtEnd() { close(descriptor); }
+};
+
+bool ReadDynamic(int descriptor, ElfDynamic* dynamic)
+{
+    const ClosedAtEnd closed{descriptor};
+    struct stat info;
+    return fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) &&
+           ReadModuleImage(FileElfImage(descriptor, static_cast<uint64_t>(info.st_size)), dynamic);
+}
+
 }  // namespace
 
 bool ReadExportNames(const char* path, ExportNameSink sink, void* context)
-{
+try {
     if (path == nullptr || sink == nullptr) return false;
     const int descriptor = open(ToNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return false;
-    struct stat info;
     ElfDynamic dynamic;
-    const bool read = fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) &&
-                      ReadModuleImage(FileElfImage(descriptor, static_cast<uint64_t>(info.st_size)), &dynamic);
-    close(descriptor);
-    if (!read) return false;
+    if (!ReadDynamic(descriptor, &dynamic)) return false;
     for (const ElfW(Sym)& symbol : dynamic.symbols()) {
         if (IsExport(symbol)) sink(dynamic.String(symbol.st_name).c_str(), context);
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 }  // namespace Platform

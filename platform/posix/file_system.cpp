@@ -8,6 +8,7 @@
 #include <string>
 
 #include "orvik/platform/module_loader.h"
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
@@ -38,48 +39,48 @@ uint32_t MissingReason(const std::string& nativePath)
     return IsDirectory(ParentOf(nativePath)) ? kErrorFileNotFound : kErrorPathNotFound;
 }
 
-uint32_t ErrorFromErrno(int error, const std::string& nativePath)
+uint32_t FileError(int error, const std::string& nativePath)
 {
-    switch (error) {
-    case ENOENT:
-    case ENOTDIR:
-        return MissingReason(nativePath);
-    case EEXIST:
-        return kErrorAlreadyExists;
-    case EISDIR:
-    case EACCES:
-    case EPERM:
-        return kErrorAccessDenied;
-    default:
-        return kErrorAccessDenied;
-    }
+    return error == ENOENT || error == ENOTDIR ? MissingReason(nativePath) : ErrorFromErrno(error);
+}
+
+// Why an open descriptor is not handed out as a file: 0 when it may be.
+// Only a regular file is read: a FIFO, socket or device has no contents of
+// a known size and is refused like a directory.
+uint32_t RefusalOf(int descriptor, bool reading)
+{
+    struct stat info;
+    if (fstat(descriptor, &info) != 0) return ErrorFromErrno(errno);
+    return reading && !S_ISREG(info.st_mode) ? kErrorAccessDenied : kErrorSuccess;
 }
 
 // Files are opened without waiting: a FIFO would wait for its other end.
-// Only a regular file is read: a FIFO, socket or device has no contents of
-// a known size and is refused like a directory.
 FileHandle OpenWith(const char* path, int flags)
 {
+    if (path == nullptr) {
+        SetLastErrorCode(kErrorPathNotFound);
+        return InvalidFileHandle();
+    }
     const std::string native = ToNativePath(path);
-    if (path == nullptr || IsDirectory(native)) {
-        SetLastErrorCode(path == nullptr ? kErrorPathNotFound : kErrorAccessDenied);
+    if (IsDirectory(native)) {
+        SetLastErrorCode(kErrorAccessDenied);
         return InvalidFileHandle();
     }
     const int descriptor = open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
     if (descriptor < 0) {
-        SetLastErrorCode(ErrorFromErrno(errno, native));
+        SetLastErrorCode(FileError(errno, native));
         return InvalidFileHandle();
     }
-    struct stat info;
-    const bool reading = (flags & O_ACCMODE) == O_RDONLY;
-    if (fstat(descriptor, &info) != 0 || (reading && !S_ISREG(info.st_mode))) {
+    const uint32_t refusal = RefusalOf(descriptor, (flags & O_ACCMODE) == O_RDONLY);
+    OpenFile* opened = refusal == kErrorSuccess ? new (std::nothrow) OpenFile{descriptor} : nullptr;
+    if (opened == nullptr) {
         close(descriptor);
-        SetLastErrorCode(kErrorAccessDenied);
+        SetLastErrorCode(refusal != kErrorSuccess ? refusal : kErrorNotEnoughMemory);
         return InvalidFileHandle();
     }
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     SetLastErrorCode(kErrorSuccess);
-    return new OpenFile{descriptor};
+    return opened;
 }
 
 OpenFile* Opened(FileHandle file)
@@ -93,16 +94,31 @@ OpenFile* Opened(FileHandle file)
 
 }  // namespace
 
-FileHandle OpenFileForReading(const char* path) { return OpenWith(path, O_RDONLY); }
+FileHandle OpenFileForReading(const char* path)
+try {
+    return OpenWith(path, O_RDONLY);
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(InvalidFileHandle());
+}
 
 // POSIX has no share modes: other writers are not locked out.
-FileHandle CreateFileForWriting(const char* path) { return OpenWith(path, O_WRONLY | O_CREAT | O_TRUNC); }
+FileHandle CreateFileForWriting(const char* path)
+try {
+    return OpenWith(path, O_WRONLY | O_CREAT | O_TRUNC);
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(InvalidFileHandle());
+}
 
 uint32_t GetFileSizeLow(FileHandle file)
 {
     OpenFile* opened = Opened(file);
     struct stat info;
-    if (opened == nullptr || fstat(opened->descriptor, &info) != 0) return ~uint32_t{0};
+    if (opened == nullptr) return ~uint32_t{0};
+    // As on Windows, a failure reads as the size 0xFFFFFFFF with a last error.
+    if (fstat(opened->descriptor, &info) != 0) {
+        SetLastErrorCode(ErrorFromErrno(errno));
+        return ~uint32_t{0};
+    }
     return static_cast<uint32_t>(static_cast<uint64_t>(info.st_size) & 0xFFFFFFFFu);
 }
 
@@ -116,6 +132,7 @@ bool ReadFromFile(FileHandle file, void* buffer, uint32_t size, uint32_t* bytesR
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) {
             ok = count == 0;
+            if (!ok) SetLastErrorCode(ErrorFromErrno(errno));
             break;
         }
         total += static_cast<uint32_t>(count);
@@ -134,6 +151,7 @@ bool WriteToFile(FileHandle file, const void* data, uint32_t size, uint32_t* byt
         if (count < 0 && errno == EINTR) continue;
         ok = count > 0;
         if (ok) total += static_cast<uint32_t>(count);
+        if (count < 0) SetLastErrorCode(ErrorFromErrno(errno));
     }
     if (bytesWritten != nullptr) *bytesWritten = total;
     return ok;
@@ -149,32 +167,38 @@ bool CloseFile(FileHandle file)
 }
 
 bool RemoveFile(const char* path)
-{
+try {
     const std::string native = ToNativePath(path);
     if (IsDirectory(native)) {
         SetLastErrorCode(kErrorAccessDenied);
         return false;
     }
     if (unlink(native.c_str()) != 0) {
-        SetLastErrorCode(ErrorFromErrno(errno, native));
+        SetLastErrorCode(FileError(errno, native));
         return false;
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 bool MakeDirectory(const char* path)
-{
+try {
     const std::string native = ToNativePath(path);
     if (mkdir(native.c_str(), 0755) != 0) {
-        SetLastErrorCode(errno == ENOENT ? kErrorPathNotFound : ErrorFromErrno(errno, native));
+        SetLastErrorCode(errno == ENOENT ? kErrorPathNotFound : FileError(errno, native));
         return false;
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 bool PathIsPresent(const char* path)
-{
+try {
     return path != nullptr && access(ToNativePath(path).c_str(), F_OK) == 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 int CompareFileTimes(const FileTime* a, const FileTime* b)

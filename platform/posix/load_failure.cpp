@@ -1,10 +1,14 @@
 // The last failed load of each thread, with what dlerror() said about it.
 
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
+#include <string_view>
 
 #include "platform/posix/load_failure_note.h"
 #include "platform/posix/native_path.h"
+#include "platform/posix/thread_slot.h"
 #include "platform/module_record.h"
 
 namespace Orvik {
@@ -12,14 +16,34 @@ namespace Platform {
 
 namespace {
 
-thread_local LoadFailure t_failure{};
+// Each thread's record, made at its first failed load and freed with the
+// thread.
+ThreadSlot& Records()
+{
+    static ThreadSlot slot(std::free);
+    return slot;
+}
+
+// The calling thread's record; null when none was made, or none could be.
+LoadFailure* ThreadRecord(bool create)
+{
+    auto* record = static_cast<LoadFailure*>(Records().Get());
+    if (record == nullptr && create) {
+        record = static_cast<LoadFailure*>(std::calloc(1, sizeof(LoadFailure)));
+        if (record != nullptr && !Records().Set(record)) {
+            std::free(record);
+            record = nullptr;
+        }
+    }
+    return record;
+}
 
 // The loader's words for a missing file and for a missing symbol.
 constexpr const char kCannotOpen[] = ": cannot open shared object file";
 constexpr const char kUndefinedSymbol[] = "undefined symbol: ";
 
 template <size_t N>
-void CopyBounded(char (&destination)[N], const std::string& source)
+void CopyBounded(char (&destination)[N], std::string_view source)
 {
     const size_t length = source.size() < N ? source.size() : N - 1;
     std::memcpy(destination, source.data(), length);
@@ -73,21 +97,33 @@ std::string MissingSymbol(const std::string& text)
 
 void NoteLoadFailure(const char* path, uint32_t code, const char* loaderText)
 {
-    const std::string nativePath = ToNativePath(path);
-    const std::string text = loaderText != nullptr ? loaderText : DescribeCode(nativePath, code);
-    LoadFailure& failure = t_failure;
-    ++failure.count;
-    failure.code = code;
-    CopyBounded(failure.path, path != nullptr ? path : "");
-    CopyBounded(failure.text, text);
-    CopyBounded(failure.missingModule, MissingModule(text, nativePath));
-    CopyBounded(failure.missingSymbol, MissingSymbol(text));
+    // Without a record the failure is known by its last error alone.
+    LoadFailure* failure = ThreadRecord(true);
+    if (failure == nullptr) return;
+    ++failure->count;
+    failure->code = code;
+    CopyBounded(failure->path, path != nullptr ? path : "");
+    failure->text[0] = failure->missingModule[0] = failure->missingSymbol[0] = '\0';
+    try {
+        const std::string nativePath = ToNativePath(path);
+        const std::string text = loaderText != nullptr ? loaderText : DescribeCode(nativePath, code);
+        CopyBounded(failure->text, text);
+        CopyBounded(failure->missingModule, MissingModule(text, nativePath));
+        CopyBounded(failure->missingSymbol, MissingSymbol(text));
+    } catch (const std::bad_alloc&) {
+        // The loader's words are lost; the number and the path stay.
+    }
 }
 
 bool GetLastLoadFailure(LoadFailure* failure)
 {
     if (failure == nullptr) return false;
-    *failure = t_failure;
+    const LoadFailure* record = ThreadRecord(false);
+    if (record != nullptr) {
+        *failure = *record;
+    } else {
+        std::memset(failure, 0, sizeof *failure);
+    }
     return failure->count != 0;
 }
 

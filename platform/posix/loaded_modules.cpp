@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <new>
+
 #include "platform/posix/executable_path.h"
 
 namespace Orvik {
@@ -30,7 +32,14 @@ struct ListedObject {
     return length;
 }
 
-int CollectObject(dl_phdr_info* info, size_t, void* objects)
+struct Collected {
+    std::vector<ListedObject> objects;
+    bool complete = true;
+};
+
+// Runs inside the loader's walk, under its lock: nothing may leave it but
+// its result, so a failed allocation ends the walk.
+int CollectObject(dl_phdr_info* info, size_t, void* collected)
 {
     const void* address = nullptr;
     for (ElfW(Half) i = 0; i < info->dlpi_phnum && address == nullptr; ++i) {
@@ -38,8 +47,14 @@ int CollectObject(dl_phdr_info* info, size_t, void* objects)
             address = reinterpret_cast<const void*>(info->dlpi_addr + info->dlpi_phdr[i].p_vaddr);
     }
     const char* name = info->dlpi_name != nullptr ? info->dlpi_name : "";
-    static_cast<std::vector<ListedObject>*>(objects)->push_back({std::string(name, NameLength(name)), address});
-    return 0;
+    auto& list = *static_cast<Collected*>(collected);
+    try {
+        list.objects.push_back({std::string(name, NameLength(name)), address});
+        return 0;
+    } catch (const std::bad_alloc&) {
+        list.complete = false;
+        return 1;
+    }
 }
 
 }  // namespace
@@ -52,8 +67,10 @@ std::vector<LoadedModule> ListLoadedModules()
     // module's exit code in whichever thread merely looked while another
     // thread's release had already returned. An object unloaded meanwhile
     // simply drops out.
-    std::vector<ListedObject> objects;
-    dl_iterate_phdr(CollectObject, &objects);
+    Collected collected;
+    dl_iterate_phdr(CollectObject, &collected);
+    if (!collected.complete) throw std::bad_alloc();
+    const std::vector<ListedObject>& objects = collected.objects;
 
     std::vector<LoadedModule> modules;
     for (size_t i = 0; i < objects.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
+#include <new>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 #include "platform/module_record.h"
 
@@ -27,16 +29,24 @@ namespace {
 // Deeper chains of modules found beside each other are not followed.
 constexpr int kMaxDependencyDepth = 16;
 
+uint32_t CheckOpenFile(int descriptor, ElfDynamic* dynamic)
+{
+    struct stat info;
+    if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
+    if (!S_ISREG(info.st_mode)) return kErrorBadExeFormat;
+    const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
+    if (ReadModuleImage(image, dynamic)) return kErrorSuccess;
+    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : kErrorBadExeFormat;
+}
+
 // Opened without waiting, as a FIFO would; only a regular file is read.
 uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return errno == EACCES || errno == EPERM ? kErrorAccessDenied : kErrorModuleNotFound;
-    struct stat info;
-    const bool loadable = fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) &&
-                          ReadModuleImage(FileElfImage(descriptor, static_cast<uint64_t>(info.st_size)), dynamic);
+    if (descriptor < 0) return ModuleErrorFromErrno(errno);
+    const uint32_t result = CheckOpenFile(descriptor, dynamic);
     close(descriptor);
-    return loadable ? kErrorSuccess : kErrorBadExeFormat;
+    return result;
 }
 
 std::string DirectoryOf(const std::string& path)
@@ -178,7 +188,12 @@ uint32_t CheckModuleFile(const std::string& nativePath)
     if (result == kErrorSuccess) result = RecordRefusal(nativePath.c_str());
     if (result == kErrorSuccess && known) {
         std::lock_guard<std::mutex> guard(passed.lock);
-        passed.files.insert_or_assign(nativePath, FileIdentity(info));
+        // A pass that cannot be remembered is checked again next time; the
+        // file passed all the same.
+        try {
+            passed.files.insert_or_assign(nativePath, FileIdentity(info));
+        } catch (const std::bad_alloc&) {
+        }
     }
     return result;
 }

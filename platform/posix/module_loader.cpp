@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 
+#include "platform/posix/error_numbers.h"
 #include "platform/posix/executable_path.h"
 #include "platform/posix/load_failure_note.h"
 #include "platform/posix/loaded_modules.h"
@@ -48,24 +51,75 @@ std::string AbsoluteNormalPath(const std::string& path)
     return absolute.lexically_normal().string();
 }
 
-// Why a file would not load, in Windows numbers. It is never opened: a
-// FIFO would wait for its other end.
-uint32_t LoadFailureReason(const std::string& path)
+// kErrorSuccess for a regular file; else why it would not load. It is never
+// opened: a FIFO would wait for its other end.
+uint32_t RegularFileOrReason(const std::string& path)
 {
     struct stat info;
-    if (stat(path.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) return kErrorModuleNotFound;
-    if (!S_ISREG(info.st_mode)) return kErrorBadExeFormat;
+    if (stat(path.c_str(), &info) != 0) return ModuleErrorFromErrno(errno);
+    if (S_ISDIR(info.st_mode)) return kErrorModuleNotFound;
+    return S_ISREG(info.st_mode) ? kErrorSuccess : kErrorBadExeFormat;
+}
+
+// What the loader said when it refused a module.
+struct LoaderFailure {
+    const char* text = nullptr;  // dlerror(), valid until the next call of the loader
+    int error = 0;               // errno as the loader left it
+};
+
+// The loader ran out of memory: it leaves the error number, or says so in
+// its message (the system's words for ENOMEM, or its own when even the
+// message could not be made). Some of its failures name no cause at all.
+bool LoaderRanOutOfMemory(const LoaderFailure& failure)
+{
+    if (failure.error == ENOMEM) return true;
+    return failure.text != nullptr && (std::strstr(failure.text, std::strerror(ENOMEM)) != nullptr ||
+                                       std::strstr(failure.text, "out of memory") != nullptr);
+}
+
+// Why the loader refused a regular file, in Windows numbers.
+uint32_t LoadFailureReason(const std::string& path, const LoaderFailure& failure)
+{
+    if (LoaderRanOutOfMemory(failure)) return kErrorNotEnoughMemory;
+    const uint32_t reason = RegularFileOrReason(path);
+    if (reason != kErrorSuccess) return reason;
     if (access(path.c_str(), R_OK) != 0) return kErrorAccessDenied;
     return kErrorModuleNotFound;  // a dependency or symbol is missing
 }
 
-bool IsRegularFile(const std::string& path)
+// A reference the loader took, given back unless the module table records
+// it: a failure between the two leaves no module loaded for good.
+class LoaderReference {
+public:
+    explicit LoaderReference(void* handle) : handle_(handle) {}
+    ~LoaderReference()
+    {
+        if (handle_ != nullptr) dlclose(handle_);
+    }
+    LoaderReference(const LoaderReference&) = delete;
+    LoaderReference& operator=(const LoaderReference&) = delete;
+
+    void* get() const { return handle_; }
+    void* Keep() { return std::exchange(handle_, nullptr); }
+
+private:
+    void* handle_;
+};
+
+// Opens a file or, for a bare name, what the loader finds on its library
+// path; null, with what the loader said, when it fails.
+void* OpenWithLoader(const std::string& file, LoaderFailure* failure)
 {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+    errno = 0;
+    void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        failure->error = errno;
+        failure->text = dlerror();
+    }
+    return handle;
 }
 
-ModuleHandle OpenModuleFile(const std::string& path, bool held)
+ModuleHandle OpenModuleFile(const std::string& path, bool held, LoaderFailure* failure)
 {
     // A truncated or damaged file is refused before the loader maps it. A
     // module held from that very path is handed out again by the loader
@@ -77,13 +131,13 @@ ModuleHandle OpenModuleFile(const std::string& path, bool held)
         return nullptr;
     }
     // As on Windows, success leaves the last error alone.
-    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle != nullptr) {
-        AddModuleReference(handle, path);
-    } else {
-        SetLastErrorCode(LoadFailureReason(path));
+    LoaderReference opened(OpenWithLoader(path, failure));
+    if (opened.get() == nullptr) {
+        SetLastErrorCode(LoadFailureReason(path, *failure));
+        return nullptr;
     }
-    return handle;
+    AddModuleReference(opened.get(), path);
+    return opened.Keep();
 }
 
 // The main program's handle never changes.
@@ -129,10 +183,18 @@ bool FindLoadedByName(const std::string& nativeName, LoadedModule* found)
     return false;
 }
 
+// Whether a file found while searching for a bare name only means "not
+// here": the search goes on past a missing, inaccessible or odd file, and
+// stops at an error of the system.
+bool NotHere(uint32_t reason)
+{
+    return reason == kErrorModuleNotFound || reason == kErrorBadExeFormat || reason == kErrorAccessDenied;
+}
+
 }  // namespace
 
 // LoadModule without the record of its failures.
-static ModuleHandle LoadModuleFile(const char* path)
+static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
 {
     if (path == nullptr || *path == '\0') {
         SetLastErrorCode(kErrorModuleNotFound);
@@ -146,42 +208,54 @@ static ModuleHandle LoadModuleFile(const char* path)
     if (name.find('/') != std::string::npos) {
         const std::string file = AbsoluteNormalPath(name);
         const bool held = IsHeldPath(file);
-        if (held || IsRegularFile(file)) return OpenModuleFile(file, held);
-        SetLastErrorCode(LoadFailureReason(file));
+        const uint32_t reason = held ? kErrorSuccess : RegularFileOrReason(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, held, failure);
+        SetLastErrorCode(reason);
         return nullptr;
     }
 
     // A bare name: a module of that name already loaded wins, then the
     // executable's directory, the current directory, the library path.
     LoadedModule loaded;
-    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, IsHeldPath(loaded.path));
+    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, IsHeldPath(loaded.path), failure);
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
-        if (IsRegularFile(file)) return OpenModuleFile(file, IsHeldPath(file));
+        const uint32_t reason = RegularFileOrReason(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, IsHeldPath(file), failure);
+        if (!NotHere(reason)) {
+            SetLastErrorCode(reason);
+            return nullptr;
+        }
     }
     // The loader found the file on its library path; its list of loaded
     // objects tells where. (The list is read through the loader's own walk:
     // its link map is written under a lock race checkers cannot see.)
-    void* handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    LoadedModule found;
-    if (handle != nullptr) {
-        AddModuleReference(handle, FindModuleByHandle(handle, &found) ? found.path : name);
-    } else {
-        SetLastErrorCode(kErrorModuleNotFound);
+    LoaderReference opened(OpenWithLoader(name, failure));
+    if (opened.get() == nullptr) {
+        SetLastErrorCode(LoaderRanOutOfMemory(*failure) ? kErrorNotEnoughMemory : kErrorModuleNotFound);
+        return nullptr;
     }
-    return handle;
+    LoadedModule found;
+    AddModuleReference(opened.get(), FindModuleByHandle(opened.get(), &found) ? found.path : name);
+    return opened.Keep();
 }
 
 ModuleHandle LoadModule(const char* path)
 {
     dlerror();  // a message left from an earlier failure must not be taken for this one's
-    const ModuleHandle module = LoadModuleFile(path);
-    if (module == nullptr) NoteLoadFailure(path, GetLastErrorCode(), dlerror());
+    LoaderFailure failure;
+    ModuleHandle module = nullptr;
+    try {
+        module = LoadModuleFile(path, &failure);
+    } catch (const std::bad_alloc&) {
+        SetLastErrorCode(kErrorNotEnoughMemory);
+    }
+    if (module == nullptr) NoteLoadFailure(path, GetLastErrorCode(), failure.text);
     return module;
 }
 
 ExportedFunction FindExport(ModuleHandle module, const char* name)
-{
+try {
     if (module == nullptr) module = MainProgram();
     // A module the platform holds a reference to is loaded, and answers from
     // the exports found in it before; any other handle is looked for among
@@ -205,10 +279,12 @@ ExportedFunction FindExport(ModuleHandle module, const char* name)
     }
     if (held && module != MainProgram()) RememberExport(module, name, symbol);
     return reinterpret_cast<ExportedFunction>(symbol);
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(ExportedFunction{nullptr});
 }
 
 bool ReleaseModule(ModuleHandle module)
-{
+try {
     if (DropModuleReference(module)) return dlclose(module) == 0;
     LoadedModule owner;
     if (!FindModuleByHandle(module, &owner)) {
@@ -216,24 +292,29 @@ bool ReleaseModule(ModuleHandle module)
         return false;
     }
     return dlclose(module) == 0;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(false);
 }
 
 ModuleHandle FindLoadedModule(const char* name)
-{
+try {
     if (name == nullptr) return MainProgram();
     LoadedModule found;
     if (FindLoadedByName(WithDefaultExtension(ToNativePath(name)), &found)) return found.handle;
     SetLastErrorCode(kErrorModuleNotFound);
     return nullptr;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(ModuleHandle{nullptr});
 }
 
 uint32_t GetModuleFilePath(ModuleHandle module, char* buffer, uint32_t size)
-{
+try {
     if (module == nullptr) module = MainProgram();
     std::string nativePath;
     LoadedModule found;
     if (module == MainProgram()) {
         nativePath = ExecutablePath();
+        if (nativePath.empty()) return 0;
     } else if (!FindHeldModule(module, &nativePath)) {
         if (!FindModuleByHandle(module, &found)) {
             SetLastErrorCode(kErrorModuleNotFound);
@@ -253,6 +334,8 @@ uint32_t GetModuleFilePath(ModuleHandle module, char* buffer, uint32_t size)
     buffer[size - 1] = '\0';
     SetLastErrorCode(kErrorInsufficientBuffer);
     return size;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(uint32_t{0});
 }
 
 ModuleHandle ModuleContainingAddress(const void* address)

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -41,7 +42,16 @@ void AddModuleReference(ModuleHandle module, std::string path)
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
     auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0, {}});
-    if (inserted.second) table.paths.emplace(inserted.first->second.path, module);
+    // A module is recorded with both entries or not at all (the caller then
+    // gives the loader's reference back).
+    if (inserted.second) {
+        try {
+            table.paths.emplace(inserted.first->second.path, module);
+        } catch (const std::bad_alloc&) {
+            table.modules.erase(inserted.first);
+            throw;
+        }
+    }
     ++inserted.first->second.references;
 }
 
@@ -101,7 +111,11 @@ void RememberExport(ModuleHandle module, const char* name, void* symbol)
     for (const auto& known : held->second.exports) {
         if (std::strcmp(known.first.c_str(), name) == 0) return;  // another thread was first
     }
-    held->second.exports.emplace_back(name, symbol);
+    // An export that cannot be kept is looked up again next time.
+    try {
+        held->second.exports.emplace_back(name, symbol);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 }  // namespace Platform

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "orvik/platform/file_system.h"
+#include "orvik/platform/module_loader.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -154,8 +155,15 @@ std::optional<std::string> ReadFileText(const char* file)
     const FileHandle handle = OpenFileForReading(file);
     if (handle == InvalidFileHandle()) return std::nullopt;
     std::optional<std::string> text;
+    SetLastErrorCode(kErrorSuccess);
+    const uint32_t size = GetFileSizeLow(handle);
+    // All bits set with an error is no size: the file could not be asked.
+    if (size == ~uint32_t{0} && GetLastErrorCode() != kErrorSuccess) {
+        CloseFile(handle);
+        return text;
+    }
     try {
-        text.emplace(GetFileSizeLow(handle), '\0');
+        text.emplace(size, '\0');
         uint32_t bytesRead = 0;
         if (ReadFromFile(handle, text->data(), static_cast<uint32_t>(text->size()), &bytesRead)) {
             text->resize(bytesRead);

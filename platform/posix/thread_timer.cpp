@@ -8,7 +8,11 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <new>
 #include <thread>
+
+#include "platform/posix/error_numbers.h"
+#include "platform/posix/thread_slot.h"
 
 namespace Orvik {
 namespace Platform {
@@ -25,17 +29,28 @@ struct Timer {
     TimerProc proc;
 };
 
+// A procedure being called: a record on the stack of the thread that calls
+// it, linked into the state meanwhile, so that a tick costs no allocation.
+struct Firing {
+    std::thread::id thread;
+    TimerId id;
+    Firing* next;
+};
+
 struct TimerState {
     std::mutex mutex;
     std::condition_variable changed;
     std::map<TimerId, Timer> timers;
-    std::map<std::thread::id, TimerId> firing;  // procedures being called
+    Firing* firing = nullptr;  // procedures being called
     TimerId nextId = 1;
 };
 
 TimerState& State()
 {
-    static TimerState* state = new TimerState;  // outlives every thread's exit
+    // Never destroyed: it outlives every thread's exit. Made in place, it
+    // needs no memory that could fail to come.
+    alignas(TimerState) static unsigned char storage[sizeof(TimerState)];
+    static TimerState* const state = new (storage) TimerState;
     return *state;
 }
 
@@ -46,16 +61,57 @@ uint32_t TickCount()
 }
 
 // A thread's timers end with the thread.
-struct ThreadTimersReaper {
-    ~ThreadTimersReaper()
-    {
-        TimerState& state = State();
-        std::lock_guard<std::mutex> guard(state.mutex);
-        for (auto it = state.timers.begin(); it != state.timers.end();) {
-            it = it->second.owner == std::this_thread::get_id() ? state.timers.erase(it) : std::next(it);
-        }
+void ReapThreadTimers(void*)
+{
+    TimerState& state = State();
+    std::lock_guard<std::mutex> guard(state.mutex);
+    for (auto it = state.timers.begin(); it != state.timers.end();) {
+        it = it->second.owner == std::this_thread::get_id() ? state.timers.erase(it) : std::next(it);
     }
+}
+
+// Set on a thread that starts a timer, so that its end reaps the timers.
+bool ReapAtThreadEnd()
+{
+    static ThreadSlot reaper(ReapThreadTimers);
+    static char marker;
+    return reaper.Get() != nullptr || reaper.Set(&marker);
+}
+
+// Links the record of a call for its duration; made and ended under the
+// state's lock, which the call itself runs without.
+class FiringScope {
+public:
+    FiringScope(TimerState& state, std::unique_lock<std::mutex>& lock, TimerId id)
+        : state_(state), lock_(lock), record_{std::this_thread::get_id(), id, state.firing}
+    {
+        state_.firing = &record_;
+    }
+    ~FiringScope()
+    {
+        if (!lock_.owns_lock()) lock_.lock();
+        Firing** link = &state_.firing;
+        while (*link != &record_) link = &(*link)->next;
+        *link = record_.next;
+        state_.changed.notify_all();
+    }
+    FiringScope(const FiringScope&) = delete;
+    FiringScope& operator=(const FiringScope&) = delete;
+
+private:
+    TimerState& state_;
+    std::unique_lock<std::mutex>& lock_;
+    Firing record_;
 };
+
+// Another thread is calling the timer's procedure.
+bool FiringElsewhere(const TimerState& state, TimerId id)
+{
+    for (const Firing* call = state.firing; call != nullptr; call = call->next) {
+        if (call->id == id && call->thread != std::this_thread::get_id()) return true;
+    }
+    return false;
+}
 
 // The calling thread's earliest timer, or end.
 std::map<TimerId, Timer>::iterator EarliestOwnTimer(TimerState& state)
@@ -71,16 +127,17 @@ std::map<TimerId, Timer>::iterator EarliestOwnTimer(TimerState& state)
 }  // namespace
 
 TimerId StartThreadTimer(uint32_t intervalMs, TimerProc proc)
-{
+try {
     if (proc == nullptr) return 0;
-    static thread_local ThreadTimersReaper reaper;
-    (void)reaper;
+    if (!ReapAtThreadEnd()) return OutOfMemory(TimerId{0});
     TimerState& state = State();
     std::lock_guard<std::mutex> guard(state.mutex);
     const TimerId id = state.nextId++;
     const std::chrono::milliseconds interval(intervalMs);
     state.timers[id] = Timer{std::this_thread::get_id(), interval, Clock::now() + interval, proc};
     return id;
+} catch (const std::bad_alloc&) {
+    return OutOfMemory(TimerId{0});
 }
 
 bool StopThreadTimer(TimerId id)
@@ -90,12 +147,7 @@ bool StopThreadTimer(TimerId id)
     if (state.timers.erase(id) == 0) return false;
     // A call of the procedure under way on another thread is waited for, so
     // that nothing of the timer runs once this returns.
-    state.changed.wait(lock, [&] {
-        for (const auto& entry : state.firing) {
-            if (entry.second == id && entry.first != std::this_thread::get_id()) return false;
-        }
-        return true;
-    });
+    state.changed.wait(lock, [&] { return !FiringElsewhere(state, id); });
     return true;
 }
 
@@ -118,12 +170,9 @@ void DispatchMessagesFor(uint32_t milliseconds)
             const TimerId id = timer->first;
             const TimerProc proc = timer->second.proc;
             timer->second.due = now + timer->second.interval;
-            state.firing[std::this_thread::get_id()] = id;
+            const FiringScope firing(state, lock, id);
             lock.unlock();
             proc(nullptr, kTimerMessage, id, TickCount());
-            lock.lock();
-            state.firing.erase(std::this_thread::get_id());
-            state.changed.notify_all();
             continue;
         }
         if (now >= deadline) return;

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <string>
+#include <cstring>
 
 namespace Orvik {
 namespace Platform {
@@ -14,12 +14,12 @@ bool GetAbsoluteFrameworkPath(const char* path, char* buffer, uint32_t size)
     char full[MAX_PATH] = {};
     const DWORD length = GetFullPathNameA(path != nullptr && *path != '\0' ? path : ".", sizeof full, full, nullptr);
     if (length == 0 || length >= sizeof full) return false;
-    std::string absolute(full, length);
     // "C:\" keeps its separator; other directories lose theirs.
-    while (absolute.size() > 3 && (absolute.back() == '\\' || absolute.back() == '/')) absolute.pop_back();
-    if (absolute.size() >= size) return false;
-    absolute.copy(buffer, absolute.size());
-    buffer[absolute.size()] = '\0';
+    DWORD end = length;
+    while (end > 3 && (full[end - 1] == '\\' || full[end - 1] == '/')) --end;
+    if (end >= size) return false;
+    std::memcpy(buffer, full, end);
+    buffer[end] = '\0';
     return true;
 }
 

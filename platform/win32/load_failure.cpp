@@ -5,14 +5,15 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
+#include <string_view>
 
 #include "platform/win32/load_failure_note.h"
 #include "platform/win32/missing_import.h"
-#include "platform/win32/record_check.h"
-#include "platform/module_record.h"
 
 namespace Orvik {
 namespace Platform {
@@ -30,7 +31,10 @@ DWORD OpenSharedSlot()
     HANDLE mapping = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(LONG), name);
     if (mapping == nullptr) return kNoSlot;
     auto* shared = static_cast<volatile LONG*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(LONG)));
-    if (shared == nullptr) return kNoSlot;
+    if (shared == nullptr) {
+        CloseHandle(mapping);
+        return kNoSlot;
+    }
     // The mapping starts zeroed; it holds the slot plus one once set.
     if (*shared == 0) {
         const DWORD mine = TlsAlloc();
@@ -39,31 +43,27 @@ DWORD OpenSharedSlot()
             TlsFree(mine);
         }
     }
-    return *shared == 0 ? kNoSlot : static_cast<DWORD>(*shared - 1);
+    if (*shared != 0) return static_cast<DWORD>(*shared - 1);
+    // Asked for again at the next failed load.
+    UnmapViewOfFile(const_cast<LONG*>(shared));
+    CloseHandle(mapping);
+    return kNoSlot;
 }
 
 DWORD SharedSlot()
 {
-    static const DWORD slot = OpenSharedSlot();
-    return slot;
-}
-
-// The calling thread's record; made on the process heap, which every module
-// shares, at the first failure. It stays with the process.
-LoadFailure* ThreadRecord(bool create)
-{
-    const DWORD slot = SharedSlot();
-    if (slot == kNoSlot) return nullptr;
-    auto* record = static_cast<LoadFailure*>(TlsGetValue(slot));
-    if (record == nullptr && create) {
-        record = static_cast<LoadFailure*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(LoadFailure)));
-        if (record != nullptr) TlsSetValue(slot, record);
+    // Kept once had; a slot the system could not give now is asked for again.
+    static std::atomic<DWORD> slot{kNoSlot};
+    DWORD known = slot.load(std::memory_order_acquire);
+    if (known == kNoSlot) {
+        known = OpenSharedSlot();
+        if (known != kNoSlot) slot.store(known, std::memory_order_release);
     }
-    return record;
+    return known;
 }
 
 template <size_t N>
-void CopyBounded(char (&destination)[N], const std::string& source)
+void CopyBounded(char (&destination)[N], std::string_view source)
 {
     const size_t length = source.size() < N ? source.size() : N - 1;
     std::memcpy(destination, source.data(), length);
@@ -88,64 +88,54 @@ std::string SystemText(DWORD code, const char* path)
     return text;
 }
 
-// A module refused for its record is described by the record; the loader's
-// own refusals in the system's words.
-std::string FailureText(DWORD code, const char* path)
+// The calling thread's record, started for a failure to load path.
+LoadFailure* StartRecord(const char* path, DWORD code)
 {
-    if ((code == kErrorRevisionMismatch || code == kErrorBadExeFormat) && CheckRecordBeforeLoad(path) == code) {
-        char text[kLoadFailureTextSize];
-        DescribeRecordRefusal(ModuleFileToLoad(path).c_str(), text, sizeof text);
-        return text;
+    LoadFailure* failure = ThreadLoadFailure(true);
+    if (failure != nullptr) {
+        ++failure->count;
+        failure->code = code;
+        CopyBounded(failure->path, path != nullptr ? path : "");
+        failure->text[0] = failure->missingModule[0] = failure->missingSymbol[0] = '\0';
     }
-    return SystemText(code, path);
+    return failure;
 }
 
 }  // namespace
 
+LoadFailure* ThreadLoadFailure(bool create)
+{
+    const DWORD slot = SharedSlot();
+    if (slot == kNoSlot) return nullptr;
+    auto* record = static_cast<LoadFailure*>(TlsGetValue(slot));
+    if (record == nullptr && create) {
+        record = static_cast<LoadFailure*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(LoadFailure)));
+        if (record != nullptr) TlsSetValue(slot, record);
+    }
+    return record;
+}
+
 void NoteLoadFailure(const char* path)
 {
     const DWORD code = GetLastError();
-    LoadFailure* failure = ThreadRecord(true);
-    if (failure != nullptr) {
-        const char* asked = path != nullptr ? path : "";
-        const MissingImport missing = FindMissingImport(asked, code);
-        ++failure->count;
-        failure->code = code;
-        CopyBounded(failure->path, asked);
-        CopyBounded(failure->text, FailureText(code, asked));
-        CopyBounded(failure->missingModule, missing.module);
-        CopyBounded(failure->missingSymbol, missing.procedure);
+    const char* asked = path != nullptr ? path : "";
+    if (LoadFailure* failure = StartRecord(asked, code)) {
+        try {
+            const MissingImport missing = FindMissingImport(asked, code);
+            CopyBounded(failure->text, SystemText(code, asked));
+            CopyBounded(failure->missingModule, missing.module);
+            CopyBounded(failure->missingSymbol, missing.procedure);
+        } catch (const std::bad_alloc&) {
+            // The loader's words are lost; the number and the path stay.
+        }
     }
     SetLastError(code);
 }
 
-bool GetLastLoadFailure(LoadFailure* failure)
+void NoteRecordRefusal(const char* path, uint32_t code)
 {
-    if (failure == nullptr) return false;
-    const DWORD code = GetLastError();
-    const LoadFailure* record = ThreadRecord(false);
-    if (record != nullptr) {
-        *failure = *record;
-    } else {
-        std::memset(failure, 0, sizeof *failure);
-    }
+    StartRecord(path, code);
     SetLastError(code);
-    return failure->count != 0;
-}
-
-bool FindUnresolvedImport(const char* path, char* symbol, uint32_t size)
-{
-    if (symbol == nullptr || size == 0) return false;
-    const DWORD code = GetLastError();
-    const std::string missing = path != nullptr ? FindMissingImport(path, kErrorProcedureNotFound).procedure : "";
-    SetLastError(code);
-    if (missing.empty() || missing.size() >= size) {
-        symbol[0] = '\0';
-        return false;
-    }
-    missing.copy(symbol, missing.size());
-    symbol[missing.size()] = '\0';
-    return true;
 }
 
 }  // namespace Platform

@@ -16,8 +16,7 @@ ModuleHandle LoadModule(const char* path)
     const DWORD lastError = GetLastError();
     const uint32_t refusal = CheckRecordBeforeLoad(path);
     if (refusal != kErrorSuccess) {
-        SetLastError(refusal);
-        NoteLoadFailure(path);
+        NoteRecordRefusal(path, refusal);
         return nullptr;
     }
     SetLastError(lastError);

@@ -3,9 +3,8 @@
 #include "platform/module_record.h"
 
 #include <cstring>
-#include <vector>
 
-#include "platform/win32/pe_tables.h"
+#include "platform/win32/image_section.h"
 
 namespace Orvik {
 namespace Platform {
@@ -13,9 +12,10 @@ namespace Platform {
 RecordState ReadNativeModuleRecord(const char* nativePath, ModuleRecord* record)
 {
     std::memset(record, 0, sizeof *record);
-    std::vector<char> bytes;
-    switch (ReadSection(nativePath, ORVIK_MODULE_RECORD_SECTION, &bytes)) {
-    case SectionSearch::Found: return DecodeModuleRecord(bytes.data(), bytes.size(), record);
+    unsigned char bytes[sizeof(ModuleRecord)];
+    size_t size = 0;
+    switch (ReadImageSection(nativePath, ORVIK_MODULE_RECORD_SECTION, bytes, sizeof bytes, &size)) {
+    case SectionSearch::Found: return DecodeModuleRecord(bytes, size, record);
     case SectionSearch::NoSuchSection: return RecordState::Missing;
     case SectionSearch::NotImage: return RecordState::Unreadable;
     }

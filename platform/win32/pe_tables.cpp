@@ -75,25 +75,6 @@ public:
         return false;
     }
 
-    // The section called name, whose file bytes lie inside the file.
-    bool Section(const char* name, std::vector<char>* bytes) const
-    {
-        for (const IMAGE_SECTION_HEADER& section : sections_) {
-            if (std::strncmp(reinterpret_cast<const char*>(section.Name), name, IMAGE_SIZEOF_SHORT_NAME) != 0) {
-                continue;
-            }
-            // The file holds the smaller of the two sizes; the loader fills the rest with zeros.
-            const size_t size = section.Misc.VirtualSize != 0 && section.Misc.VirtualSize < section.SizeOfRawData
-                                    ? section.Misc.VirtualSize
-                                    : section.SizeOfRawData;
-            const size_t start = section.PointerToRawData;
-            if (start > bytes_.size() || bytes_.size() - start < size) return false;
-            bytes->assign(bytes_.begin() + start, bytes_.begin() + start + size);
-            return true;
-        }
-        return false;
-    }
-
     // Reads the headers and finds one data directory; false for anything
     // that is no image.
     bool ParseHeaders(int entry, uint32_t* directoryRva, bool* wide)
@@ -209,17 +190,6 @@ bool ReadExports(const char* path, std::vector<std::string>* names)
         if (image.Offset(nameRva, &name)) names->push_back(image.Text(name));
     }
     return true;
-}
-
-SectionSearch ReadSection(const char* path, const char* name, std::vector<char>* bytes)
-{
-    Image image;
-    uint32_t unused = 0;
-    bool wide = false;
-    if (path == nullptr || !image.Load(path) || !image.ParseHeaders(IMAGE_DIRECTORY_ENTRY_EXPORT, &unused, &wide)) {
-        return SectionSearch::NotImage;
-    }
-    return image.Section(name, bytes) ? SectionSearch::Found : SectionSearch::NoSuchSection;
 }
 
 }  // namespace Platform

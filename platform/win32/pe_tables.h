@@ -1,6 +1,6 @@
 #pragma once
-// The import and export tables and the sections of a module file, read from
-// the file itself, without loading it.
+// The import and export tables of a module file, read from the file itself,
+// without loading it.
 
 #include <string>
 #include <vector>
@@ -21,13 +21,6 @@ bool ReadImports(const char* path, std::vector<ImportedModule>* imports);
 // The names the file exports; false when the file cannot be read or is no
 // image (an image without exports has none).
 bool ReadExports(const char* path, std::vector<std::string>* names);
-
-enum class SectionSearch { Found, NoSuchSection, NotImage };
-
-// The file's bytes of the first section called name (at most 8 characters);
-// NotImage when the file cannot be read or is no image. Images of either
-// word size are read.
-SectionSearch ReadSection(const char* path, const char* name, std::vector<char>* bytes);
 
 }  // namespace Platform
 }  // namespace Orvik

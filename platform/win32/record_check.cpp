@@ -1,10 +1,6 @@
 #include "platform/win32/record_check.h"
 
-#include <windows.h>
-
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "orvik/platform/platform_api.h"
 #include "platform/module_record.h"
@@ -16,23 +12,23 @@ namespace {
 
 // A file as it was when its record was read, and what that gave.
 struct CheckedFile {
-    std::string path;
+    CheckedFile* next;
+    char path[MAX_PATH];
     DWORD sizeHigh;
     DWORD sizeLow;
     FILETIME written;
     uint32_t refusal;
 };
 
-// A process loads few module files: a list searched in turn, under a lock
-// of the system's, keeps each module that carries this layer small.
+// A process loads few module files: a list on the process heap, searched in
+// turn under a lock of the system's. Entries stay until the process ends.
 SRWLOCK g_checkedLock = SRWLOCK_INIT;
-std::vector<CheckedFile>* g_checked = nullptr;  // made at first use, kept until the process ends
+CheckedFile* g_checked = nullptr;
 
-CheckedFile* FindChecked(const std::string& path)
+CheckedFile* FindChecked(const char* path)
 {
-    if (g_checked == nullptr) return nullptr;
-    for (CheckedFile& file : *g_checked) {
-        if (file.path == path) return &file;
+    for (CheckedFile* file = g_checked; file != nullptr; file = file->next) {
+        if (std::strcmp(file->path, path) == 0) return file;
     }
     return nullptr;
 }
@@ -43,29 +39,53 @@ bool SameFile(const CheckedFile& known, const WIN32_FILE_ATTRIBUTE_DATA& now)
            CompareFileTime(&known.written, &now.ftLastWriteTime) == 0;
 }
 
+// Keeps what a check found. One that cannot be kept is made again at the
+// next load of the file.
+void Remember(const char* file, const WIN32_FILE_ATTRIBUTE_DATA& now, uint32_t refusal)
+{
+    AcquireSRWLockExclusive(&g_checkedLock);
+    CheckedFile* entry = FindChecked(file);
+    if (entry == nullptr) {
+        entry = static_cast<CheckedFile*>(HeapAlloc(GetProcessHeap(), 0, sizeof(CheckedFile)));
+        if (entry != nullptr) {
+            std::memcpy(entry->path, file, std::strlen(file) + 1);
+            entry->next = g_checked;
+            g_checked = entry;
+        }
+    }
+    if (entry != nullptr) {
+        entry->sizeHigh = now.nFileSizeHigh;
+        entry->sizeLow = now.nFileSizeLow;
+        entry->written = now.ftLastWriteTime;
+        entry->refusal = refusal;
+    }
+    ReleaseSRWLockExclusive(&g_checkedLock);
+}
+
 }  // namespace
 
-std::string ModuleFileToLoad(const char* path)
+bool ModuleFileToLoad(const char* path, char (&file)[MAX_PATH])
 {
-    char found[MAX_PATH] = {};
     char* name = nullptr;
     const bool bare = std::strpbrk(path, "\\/:") == nullptr;
-    const DWORD length = bare ? SearchPathA(nullptr, path, ".dll", sizeof found, found, &name)
-                              : GetFullPathNameA(path, sizeof found, found, &name);
-    if (length == 0 || length >= sizeof found) return std::string();
-    std::string file(found, length);
+    const DWORD length = bare ? SearchPathA(nullptr, path, ".dll", MAX_PATH, file, &name)
+                              : GetFullPathNameA(path, MAX_PATH, file, &name);
+    if (length == 0 || length >= MAX_PATH || name == nullptr) return false;
     // As the loader, which appends ".dll" to a path whose name has no extension.
-    const size_t nameStart = file.find_last_of("\\/") + 1;
-    if (!bare && file.find('.', nameStart) == std::string::npos) file += ".dll";
-    return file;
+    if (!bare && std::strchr(name, '.') == nullptr) {
+        constexpr char kExtension[] = ".dll";
+        if (length + sizeof kExtension > MAX_PATH) return false;
+        std::memcpy(file + length, kExtension, sizeof kExtension);
+    }
+    return true;
 }
 
 uint32_t CheckRecordBeforeLoad(const char* path)
 {
     if (path == nullptr || *path == '\0' || GetModuleHandleA(path) != nullptr) return kErrorSuccess;
-    const std::string file = ModuleFileToLoad(path);
+    char file[MAX_PATH];
     WIN32_FILE_ATTRIBUTE_DATA now;
-    if (file.empty() || !GetFileAttributesExA(file.c_str(), GetFileExInfoStandard, &now) ||
+    if (!ModuleFileToLoad(path, file) || !GetFileAttributesExA(file, GetFileExInfoStandard, &now) ||
         (now.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return kErrorSuccess;
     }
@@ -75,16 +95,8 @@ uint32_t CheckRecordBeforeLoad(const char* path)
     const uint32_t knownRefusal = same ? known->refusal : kErrorSuccess;
     ReleaseSRWLockShared(&g_checkedLock);
     if (same) return knownRefusal;
-    const uint32_t refusal = RecordRefusal(file.c_str());
-    const CheckedFile checked{file, now.nFileSizeHigh, now.nFileSizeLow, now.ftLastWriteTime, refusal};
-    AcquireSRWLockExclusive(&g_checkedLock);
-    if (g_checked == nullptr) g_checked = new std::vector<CheckedFile>;
-    if (CheckedFile* entry = FindChecked(file)) {
-        *entry = checked;
-    } else {
-        g_checked->push_back(checked);
-    }
-    ReleaseSRWLockExclusive(&g_checkedLock);
+    const uint32_t refusal = RecordRefusal(file);
+    Remember(file, now, refusal);
     return refusal;
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 // The check of a module's record before LoadLibraryA sees the file, which
-// runs the module's code as it loads it.
+// runs the module's code as it loads it. Every module carries this check:
+// it allocates nothing that could fail it, and keeps each module small.
+
+#include <windows.h>
 
 #include <cstdint>
-#include <string>
 
 namespace Orvik {
 namespace Platform {
@@ -14,12 +16,12 @@ namespace Platform {
 // Each file is read once while its size and time of writing stay.
 uint32_t CheckRecordBeforeLoad(const char* path);
 
-// The file the loader would take for path; empty when there is none. A name
-// without a separator is searched for as the loader does (the program's
-// directory first), with ".dll" appended to a name without an extension.
-// (The loader looks in the system's directories before the current one;
-// this search looks after it.)
-std::string ModuleFileToLoad(const char* path);
+// The file the loader would take for path, in file; false when there is
+// none. A name without a separator is searched for as the loader does (the
+// program's directory first), with ".dll" appended to a name without an
+// extension. (The loader looks in the system's directories before the
+// current one; this search looks after it.)
+bool ModuleFileToLoad(const char* path, char (&file)[MAX_PATH]);
 
 }  // namespace Platform
 }  // namespace Orvik

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <new>
 
 namespace Orvik {
 namespace Platform {
@@ -24,17 +25,63 @@ struct Timer {
     bool stopped;
 };
 
+// A procedure being called: a record on the stack of the owner thread,
+// linked into the state meanwhile, so that a tick costs no allocation.
+struct Firing {
+    DWORD thread;
+    TimerId id;
+    Firing* next;
+};
+
 struct TimerState {
     std::mutex mutex;
     std::condition_variable changed;
     std::map<TimerId, Timer> timers;
-    std::map<DWORD, TimerId> firing;  // owner thread -> timer being called
+    Firing* firing = nullptr;  // procedures being called
 };
 
 TimerState& State()
 {
-    static TimerState* state = new TimerState;  // outlives every thread's exit
+    // Never destroyed: it outlives every thread's exit. Made in place, it
+    // needs no memory that could fail to come.
+    alignas(TimerState) static unsigned char storage[sizeof(TimerState)];
+    static TimerState* const state = new (storage) TimerState;
     return *state;
+}
+
+// Links the record of a call for its duration; made and ended under the
+// state's lock, which the call itself runs without.
+class FiringScope {
+public:
+    FiringScope(TimerState& state, std::unique_lock<std::mutex>& lock, TimerId id)
+        : state_(state), lock_(lock), record_{GetCurrentThreadId(), id, state.firing}
+    {
+        state_.firing = &record_;
+    }
+    ~FiringScope()
+    {
+        if (!lock_.owns_lock()) lock_.lock();
+        Firing** link = &state_.firing;
+        while (*link != &record_) link = &(*link)->next;
+        *link = record_.next;
+        state_.changed.notify_all();
+    }
+    FiringScope(const FiringScope&) = delete;
+    FiringScope& operator=(const FiringScope&) = delete;
+
+private:
+    TimerState& state_;
+    std::unique_lock<std::mutex>& lock_;
+    Firing record_;
+};
+
+// The thread is calling the timer's procedure.
+bool IsFiring(const TimerState& state, DWORD thread, TimerId id)
+{
+    for (const Firing* call = state.firing; call != nullptr; call = call->next) {
+        if (call->thread == thread && call->id == id) return true;
+    }
+    return false;
 }
 
 // Drops the record of a timer; the system's timer is gone or killed.
@@ -56,12 +103,9 @@ void CALLBACK Tick(HWND window, UINT message, UINT_PTR id, DWORD time)
         return;
     }
     const TimerProc proc = timer->second.proc;
-    state.firing[GetCurrentThreadId()] = id;
+    const FiringScope firing(state, lock, id);
     lock.unlock();
     proc(window, message, id, time);
-    lock.lock();
-    state.firing.erase(GetCurrentThreadId());
-    state.changed.notify_all();
 }
 
 }  // namespace
@@ -83,7 +127,14 @@ TimerId StartThreadTimer(uint32_t intervalMs, TimerProc proc)
     // A record left by an ended thread may carry the same id.
     auto stale = state.timers.find(id);
     if (stale != state.timers.end()) Forget(state, stale);
-    state.timers[id] = Timer{GetCurrentThreadId(), self, proc, false};
+    try {
+        state.timers.emplace(id, Timer{GetCurrentThreadId(), self, proc, false});
+    } catch (const std::bad_alloc&) {
+        KillTimer(nullptr, id);
+        CloseHandle(self);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
     return id;
 }
 
@@ -108,10 +159,7 @@ bool StopThreadTimer(TimerId id)
     }
     timer->second.stopped = true;
     const DWORD owner = timer->second.owner;  // the owner's next tick erases the entry
-    state.changed.wait(lock, [&] {
-        auto calling = state.firing.find(owner);
-        return calling == state.firing.end() || calling->second != id;
-    });
+    state.changed.wait(lock, [&] { return !IsFiring(state, owner, id); });
     return true;
 }
 

@@ -61,7 +61,7 @@ public:
 
 private:
     Platform::UniqueModule appModule_;
-    std::string factoryModule_;
+    char factoryModule_[Platform::kMaxPath];
     std::vector<IComponent*> components_;
     bool shutDown_ = false;
 };

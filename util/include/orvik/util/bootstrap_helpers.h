@@ -23,8 +23,9 @@ int IsBlank(const char* text);
 
 /// As FileOperator::IsRelativePath.
 int IsRelativePath(const char* path);
-/// The host executable's directory, without trailing backslash. Read on
-/// first use and kept for the life of the module.
+/// The host executable's directory, without trailing backslash. Kept for
+/// the life of the module once read; empty, and read again at the next
+/// call, while the system cannot tell it.
 const char* GetHostDirectory();
 /// As FileOperator::JoinToBaseDirectory, with the host directory as base.
 int JoinToBaseDirectory(const char* name, char* dst, int size);

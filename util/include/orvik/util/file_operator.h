@@ -40,9 +40,9 @@ public:
     /// Relative: null, or holding no colon and not starting with '\'.
     int IsRelativePath(const char* path) const { return Rules::IsRelativePath(path); }
 
-    /// The host executable's directory without trailing backslash, read
-    /// afresh at each call into the module's buffer of the calling thread.
-    const char* GetHostDirectory() const { return Rules::RefreshHostDirectory(); }
+    /// The host executable's directory without trailing backslash, kept in
+    /// the module's buffer once read; empty while it cannot be read.
+    const char* GetHostDirectory() const { return Rules::HostDirectory(); }
 
     /// "base\name" into dst, cut to size - 1 characters; 0 only when name or
     /// dst is null or size is below 2.

@@ -11,10 +11,9 @@ namespace Rules {
 
 /// As FileOperator::IsRelativePath.
 int IsRelativePath(const char* path);
-/// Fills buffer (kMaxPath bytes) with the host executable's directory.
-void ReadHostDirectory(char* buffer);
-/// The module's host directory buffer of FileOperator, refilled at each call.
-const char* RefreshHostDirectory();
+/// The module's host directory buffer, filled once the directory is known;
+/// empty while it cannot be read.
+const char* HostDirectory();
 /// As FileOperator::JoinToBaseDirectory.
 int JoinToBaseDirectory(const char* base, const char* name, char* dst, int size);
 /// As FileOperator::MakeAbsolutePath.
