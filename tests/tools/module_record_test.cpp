@@ -27,24 +27,42 @@ const std::string kOtherContractModule = "factory_tests\\fact_other_contract.dll
 
 class ModuleRecordTest : public ToolTest {
 protected:
-    // A copy of tool_alpha.dll whose record is changed by edit.
-    template <class Edit>
-    std::string PatchedCopy(const std::string& name, Edit edit)
+    // The bytes of tool_alpha.dll and where its record starts in them.
+    std::string AlphaBytes(size_t* record)
     {
         std::ifstream in(NativeModule("tool_alpha.dll"), std::ios::binary);
         std::string bytes(std::istreambuf_iterator<char>(in), {});
         // The magic, layout 1 and the size: the record, not another copy of
         // the magic (debug information holds one).
         const std::string head = std::string(Platform::kModuleRecordMagic, 8) + std::string("\1\0\0\0\x40\0\0\0", 8);
-        const size_t at = bytes.find(head);
-        EXPECT_NE(at, std::string::npos);
-        EXPECT_EQ(bytes.find(head, at + 1), std::string::npos) << "one record";
+        *record = bytes.find(head);
+        EXPECT_NE(*record, std::string::npos);
+        EXPECT_EQ(bytes.find(head, *record + 1), std::string::npos) << "one record";
+        return bytes;
+    }
+
+    // A copy of tool_alpha.dll whose record is changed by edit.
+    template <class Edit>
+    std::string PatchedCopy(const std::string& name, Edit edit)
+    {
+        size_t at = 0;
+        std::string bytes = AlphaBytes(&at);
         if (at == std::string::npos) return std::string();
         ModuleRecord record;
         bytes.copy(reinterpret_cast<char*>(&record), sizeof record, at);
         edit(&record);
         bytes.replace(at, sizeof record, reinterpret_cast<const char*>(&record), sizeof record);
         Write(name, bytes);
+        return Framework(name);
+    }
+
+    // A copy of tool_alpha.dll that ends within its record.
+    std::string CutCopy(const std::string& name)
+    {
+        size_t at = 0;
+        const std::string bytes = AlphaBytes(&at);
+        if (at == std::string::npos) return std::string();
+        Write(name, bytes.substr(0, at + sizeof Platform::kModuleRecordMagic));
         return Framework(name);
     }
 };
@@ -73,6 +91,15 @@ TEST_F(ModuleRecordTest, FilesWithoutRecord)
     Write("text.dll", "no module\n");
     EXPECT_EQ(Platform::ReadModuleRecord(Framework("text.dll").c_str(), &record), RecordState::Unreadable);
     EXPECT_EQ(Platform::ReadModuleRecord(Framework("absent.dll").c_str(), &record), RecordState::Unreadable);
+}
+
+TEST_F(ModuleRecordTest, AFileCutShortInItsRecordHasNoneAndDoesNotLoad)
+{
+    const std::string cut = CutCopy("cut.dll");
+    ModuleRecord record;
+    EXPECT_NE(Platform::ReadModuleRecord(cut.c_str(), &record), RecordState::Found);
+    EXPECT_EQ(Platform::LoadModule(cut.c_str()), nullptr);
+    EXPECT_EQ(Platform::GetLastErrorCode(), Platform::kErrorBadExeFormat);
 }
 
 TEST_F(ModuleRecordTest, ModuleVerbShowsTheRecord)
