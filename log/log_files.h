@@ -63,8 +63,9 @@ private:
     Platform::UniqueFile file_;
     // Two first log-setting queries must not open two files.
     std::mutex opening_;
-    // The file opened last, written under opening_.
-    std::string fileName_;
+    // The file opened last, written under opening_; a buffer, so that
+    // opening a file needs no memory beyond the open.
+    char fileName_[Platform::kMaxPath] = {};
 };
 
 }  // namespace Orvik
