@@ -16,7 +16,27 @@ namespace {
 // removal that finds none left knows every later call sees the new sink.
 std::atomic<uint32_t> g_inFlight{0};
 std::mutex g_installing;
-thread_local int t_insideSink = 0;
+// The threads inside a sink (0 marks a free place), so that one of them
+// asking to change the sink is refused instead of waiting for itself. No
+// thread_local: its first use in a module loaded at run time needs memory.
+std::atomic<uint64_t> g_callers[64];
+
+std::atomic<uint64_t>* EnterCaller(uint64_t thread)
+{
+    for (std::atomic<uint64_t>& place : g_callers) {
+        uint64_t free = 0;
+        if (place.compare_exchange_strong(free, thread)) return &place;
+    }
+    return nullptr;
+}
+
+bool IsCaller(uint64_t thread)
+{
+    for (const std::atomic<uint64_t>& place : g_callers) {
+        if (place.load() == thread) return true;
+    }
+    return false;
+}
 
 void Emit(OrvikTraceEvent& event)
 {
@@ -24,13 +44,13 @@ void Emit(OrvikTraceEvent& event)
     if (IOrvikTraceSink* sink = g_sink.load()) {
         event.threadId = Platform::CurrentThreadId();
         event.timeMicroseconds = Platform::CurrentTimeMicroseconds();
-        ++t_insideSink;
+        std::atomic<uint64_t>* caller = EnterCaller(event.threadId);
         // The sink is another module's code; nothing it throws gets further.
         try {
             sink->OnTrace(&event);
         } catch (...) {
         }
-        --t_insideSink;
+        if (caller != nullptr) caller->store(0);
     }
     g_inFlight.fetch_sub(1);
 }
@@ -67,7 +87,7 @@ void Route(uint32_t route, ComponentId id, const char* configPath, const char* m
 bool Install(IOrvikTraceSink* sink)
 {
     // Waiting for itself would never end.
-    if (t_insideSink != 0) return false;
+    if (IsCaller(Platform::CurrentThreadId())) return false;
     const std::lock_guard<std::mutex> installing(g_installing);
     g_sink.store(sink);
     while (g_inFlight.load() != 0) std::this_thread::yield();

@@ -34,7 +34,7 @@ enum OrvikTraceKind : uint32_t {
     kOrvikTraceIdleNotice = 4,     ///< a module's last live component went; it waits for the unload timer
     kOrvikTraceUnloadAsked = 5,    ///< the factory asks a module whether it can be unloaded
     kOrvikTraceUnloadRefused = 6,  ///< it stays; detail says why
-    kOrvikTraceUnloadDone = 7,     ///< every catalog dropped its references to the module
+    kOrvikTraceUnloadDone = 7,     ///< every catalog dropped its references to the module, or a catalog that ended freed it
     kOrvikTraceRoute = 8,          ///< where a request went; route says which way
 };
 
@@ -133,14 +133,15 @@ struct OrvikTraceEvent {
     uint64_t timeMicroseconds;     ///< when, in microseconds since 1970-01-01 00:00 UTC
     ComponentId componentId;       ///< the request's id (routes)
     Platform::ModuleHandle module; ///< the module concerned, null for a route
-    const char* configPath;        ///< the catalog's configuration path, "" for the default one
+    const char* configPath;        ///< the catalog's configuration path ("" for the default one); for kOrvikRouteRegistered the request's
     const char* modulePath;        ///< the module's file, "" when unknown
 };
 
 /// A program's trace sink. OnTrace runs on the thread the event happens on,
-/// with the factory's state lock held except for kOrvikRouteRegistered: it
-/// must return soon and must not call the factory, its components or the
-/// inspection, nor wait for a thread that might; copy what it needs.
+/// with the factory's state lock held (a request a shared instance answers
+/// is mostly told without it): it must return soon and must not call the
+/// factory, its components or the inspection, nor wait for a thread that
+/// might; copy what it needs.
 class IOrvikTraceSink {
 public:
     /// One event.
