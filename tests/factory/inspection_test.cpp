@@ -2,6 +2,7 @@
 // after requests, idle unloads and at shutdown, the trace of a request's
 // whole life, and installing and removing the trace sink while calls run.
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <future>
@@ -383,6 +384,36 @@ TEST_F(Inspection, RemovingTheSinkWaitsForACallUnderWay)
 
     ASSERT_EQ(Use(kCommonId).tag, kAlphaTag);
     EXPECT_EQ(sink.Events().size(), 1u) << "nothing after the removal";
+}
+
+TEST_F(Inspection, SinkComesAndGoesWhileThreadsRequest)
+{
+    WriteOrvikIni("[8201]\ndll=fact_alpha.dll\n");
+    IOrvikComponentFactory* factory = Factory();
+    IOrvikInspection* inspection = Inspect();
+    std::atomic<bool> stop{false};
+    std::atomic<int> created{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([&] {
+            while (!stop) {
+                if (Use(kCommonId).tag == kAlphaTag) ++created;
+                factory->CreateComponentByID(kInspectionComponentId, nullptr);
+            }
+        });
+    }
+    for (int round = 0; round < 50; ++round) {
+        RecordingSink sink;
+        EXPECT_EQ(inspection->SetTraceSink(&sink), 1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_EQ(inspection->SetTraceSink(nullptr), 1);
+        const size_t seen = sink.Events().size();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_EQ(sink.Events().size(), seen) << "called after its removal";
+    }  // each sink ends here: a late call would reach a dead object
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_GT(created.load(), 0);
 }
 
 // Installs another sink from inside OnTrace, which would wait for itself.
