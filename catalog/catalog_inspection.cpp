@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "catalog/component_class_info_list.h"
 #include "catalog/trace_gate.h"

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "example_interfaces.h"
@@ -37,9 +36,15 @@ public:
     }
     void OnModule(const Orvik::OrvikModuleState* module) override
     {
-        std::printf("    %s, by %s%s\n", FileName(module->path), Origin(*module).c_str(),
-                    module->entryPointsCached != 0 ? ", entry point cached" : "");
-        servicesHeld = servicesHeld || std::string(FileName(module->path)) == "Services.dll";
+        std::printf("    %s, by ", FileName(module->path));
+        switch (module->origin) {
+        case Orvik::kOrvikOriginSection: std::printf("section [%u]", module->sectionId); break;
+        case Orvik::kOrvikOriginScan: std::printf("scan of dlls (%u ids point at it)", module->scannedIds); break;
+        case Orvik::kOrvikOriginDefault: std::printf("defaultdll"); break;
+        case Orvik::kOrvikOriginPreload: std::printf("preload"); break;
+        }
+        std::printf("%s\n", module->entryPointsCached != 0 ? ", entry point cached" : "");
+        servicesHeld = servicesHeld || std::strcmp(FileName(module->path), "Services.dll") == 0;
     }
     void OnPendingModule(const Orvik::OrvikPendingModule* module) override
     {
@@ -59,16 +64,6 @@ private:
     {
         const char* name = std::strrchr(path, '\\');
         return name != nullptr ? name + 1 : path;
-    }
-    static std::string Origin(const Orvik::OrvikModuleState& module)
-    {
-        switch (module.origin) {
-        case Orvik::kOrvikOriginSection: return "section [" + std::to_string(module.sectionId) + "]";
-        case Orvik::kOrvikOriginScan: return "scan of dlls (" + std::to_string(module.scannedIds) + " ids point at it)";
-        case Orvik::kOrvikOriginDefault: return "defaultdll";
-        case Orvik::kOrvikOriginPreload: return "preload";
-        }
-        return "?";
     }
 };
 
