@@ -24,6 +24,7 @@
 #include "catalog/catalog_view.h"
 #include "catalog/config_records.h"
 #include "orvik/module/component.h"
+#include "orvik/module/factory_inspection.h"
 #include "orvik/module/module_exports.h"
 #include "orvik/platform/module_loader.h"
 #include "orvik/util/file_operator.h"
@@ -55,6 +56,7 @@ struct ComponentClassInfo {
 struct SectionModule {
     Platform::ModuleHandle module = nullptr;  // loaded providing module; 0 until loaded
     std::string fullPath;
+    bool loadedBefore = false;  // a load after this is a reload
 };
 
 // The record of one component id learned by scanning a module.
@@ -122,6 +124,9 @@ public:
     void ScanModuleList();
     // Where a request for the id would go, judged by the configuration.
     CreationRoute Route(ComponentId componentId) const;
+    // Copies the catalog's state and the modules it holds for the factory's
+    // snapshot (catalog_inspection.cpp).
+    void Inspect(OrvikCatalogState* state, std::vector<OrvikModuleState>* modules) const;
     // The lock the owner holds around every call of the catalog; the catalog
     // leaves it while a provider's CreateComponent runs. None by default.
     void SetOwnerLock(std::recursive_mutex* lock);
@@ -161,6 +166,8 @@ private:
     IComponent* CreateFromDefaultDll(ComponentId componentId);
     IComponent* CallCreateComponent(Exports::CreateComponent::Function createComponent,
                                     Platform::ModuleHandle module, ComponentId componentId);
+    // Tells the trace sink which way a request goes (catalog_inspection.cpp).
+    void TraceRoute(CreationRoute route, ComponentId componentId);
 
     // The parser's steps.
     void ReadConfigText(const char* path);

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "catalog/component_class_info_list.h"
+#include "catalog/trace_gate.h"
 #include "orvik/module/debug_line.h"
 #include "orvik/module/module_exports.h"
 #include "orvik/module/module_runtime.h"
@@ -89,10 +90,21 @@ IComponent* CComponentClassInfoList::CreateComponentFromDll(ComponentId componen
         dllListScanned = 1;
     }
     if (ComponentClassInfo* record = FindConfigRecord(componentId)) {
+        if (Trace::Active()) TraceRoute(CreationRoute::Section, componentId);
         return CreateFromConfigDll(LoadConfigDll(*record), componentId);
     }
-    if (hasDllList != 0) return CreateFromDllList(componentId);
-    if (defaultDllModule != Platform::InvalidModule()) return CreateFromDefaultDll(componentId);
+    if (hasDllList != 0) {
+        if (Trace::Active()) TraceRoute(CreationRoute::ScannedModule, componentId);
+        return CreateFromDllList(componentId);
+    }
+    if (defaultDllModule != Platform::InvalidModule()) {
+        // Without a path the default module is nothing to load.
+        if (Trace::Active()) {
+            TraceRoute(defaultDllPath[0] != '\0' ? CreationRoute::DefaultModule : CreationRoute::Nothing, componentId);
+        }
+        return CreateFromDefaultDll(componentId);
+    }
+    if (Trace::Active()) TraceRoute(CreationRoute::Nothing, componentId);
     return nullptr;
 }
 
@@ -113,6 +125,14 @@ SectionModule& CComponentClassInfoList::LoadConfigDll(ComponentClassInfo& record
     SectionModule& section = sectionModules_[record.pathResolved - 1];
     if (section.module != nullptr) return section;
     section.module = Platform::LoadModule(section.fullPath.c_str());
+    if (Trace::Active()) {
+        const uint32_t kind = section.module == nullptr ? kOrvikTraceLoadFailed
+                              : section.loadedBefore     ? kOrvikTraceReload
+                                                         : kOrvikTraceLoad;
+        Trace::Module(kind, section.module, registryPath, section.fullPath.c_str(),
+                      section.module == nullptr ? Platform::GetLastErrorCode() : 0);
+    }
+    section.loadedBefore = section.loadedBefore || section.module != nullptr;
     if (section.module == nullptr) {
         OutputDebugLine("[Orvik_Error] LoadLibrary Fail(%s). ErrorCode(%d)\n", section.fullPath.c_str(),
                         static_cast<int>(Platform::GetLastErrorCode()));
@@ -179,6 +199,10 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         Platform::UniqueModule reference(Platform::LoadModule(path));
         loadError = Platform::GetLastErrorCode();
         const Platform::ModuleHandle module = reference.get();
+        if (Trace::Active()) {
+            Trace::Module(module != nullptr ? kOrvikTraceReload : kOrvikTraceLoadFailed, module, registryPath, path,
+                          module != nullptr ? 0 : loadError);
+        }
         if (module != nullptr) {
             dllListModules.push_back(std::move(reference));
             for (auto& entry : dllListRecords) {
@@ -203,6 +227,10 @@ IComponent* CComponentClassInfoList::CreateFromDefaultDll(ComponentId componentI
         const Platform::ModuleHandle module =
             defaultDllPath[0] != '\0' ? Platform::LoadModule(defaultDllPath) : nullptr;
         defaultDllModule = module != nullptr ? module : Platform::InvalidModule();
+        if (defaultDllPath[0] != '\0' && Trace::Active()) {
+            Trace::Module(module != nullptr ? kOrvikTraceLoad : kOrvikTraceLoadFailed, module, registryPath,
+                          defaultDllPath, module != nullptr ? 0 : Platform::GetLastErrorCode());
+        }
     }
     if (defaultDllModule == Platform::InvalidModule()) {
         OutputDebugLine("[Orvik_Error] LoadLibrary(%s) Fail. ErrorCode(%d)\n", defaultDllPath,

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "catalog/component_class_info_list.h"
+#include "catalog/trace_gate.h"
 #include "orvik/module/module_exports.h"
 #include "platform/multibyte.h"
 #include "platform/path_split.h"
@@ -70,7 +71,12 @@ CComponentClassInfoList::~CComponentClassInfoList()
     for (Platform::UniqueModule& module : dllListModules) {
         auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module.get());
         if (canUnloadNow != nullptr && canUnloadNow() != 0) {
+            // Named while it is surely there.
+            const bool tracing = Trace::Active();
+            const std::string path = tracing ? Trace::ModulePath(module.get()) : std::string();
+            const Platform::ModuleHandle handle = module.get();
             module.reset();
+            if (tracing) Trace::Module(kOrvikTraceUnloadDone, handle, registryPath, path.c_str());
         } else {
             module.release();
         }
@@ -122,6 +128,10 @@ void CComponentClassInfoList::ScanDllList()
         JoinPath(dllPath, name, path, sizeof path);
         const Platform::ModuleHandle module = Platform::LoadModule(path);
         const uint32_t loadError = Platform::GetLastErrorCode();
+        if (Trace::Active()) {
+            Trace::Module(module != nullptr ? kOrvikTraceLoad : kOrvikTraceLoadFailed, module, registryPath, path,
+                          module != nullptr ? 0 : loadError);
+        }
         // The module's initialisation may have re-entered the catalog and
         // scanned the list itself.
         if (dllList[0] == '\0') return;
@@ -175,6 +185,10 @@ void CComponentClassInfoList::PreLoadDependDllList(const char* list)
         }
         Platform::UniqueModule module(Platform::LoadModule(path));
         const uint32_t loadError = Platform::GetLastErrorCode();
+        if (Trace::Active()) {
+            Trace::Module(module ? kOrvikTraceLoad : kOrvikTraceLoadFailed, module.get(), registryPath, path,
+                          module ? 0 : loadError);
+        }
         if (observer != nullptr) {
             observer->OnPreload(path, module ? PreloadOutcome::Loaded : PreloadOutcome::Failed, module ? 0 : loadError);
         }

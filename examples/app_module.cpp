@@ -3,10 +3,12 @@
 // host's directory, like any module that was not handed the factory.
 
 #include <cstdio>
+#include <cstring>
 
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "example_interfaces.h"
 #include "orvik/module/component_impl.h"
+#include "orvik/module/factory_inspection.h"
 
 namespace Example {
 namespace {
@@ -16,6 +18,54 @@ using Orvik::IOrvikComponentFactory;
 using Orvik::TComponentImpl;
 using Orvik::TComponentRegistrar;
 using Orvik::TOrvikPtr;
+
+// Prints the factory's snapshot as it arrives, item by item.
+class SnapshotPrinter : public Orvik::IOrvikSnapshotVisitor {
+public:
+    void OnFactory(const Orvik::OrvikFactoryState* state) override
+    {
+        std::printf("  %u catalogs, %u modules waiting to be unloaded, unload timer %s\n", state->catalogCount,
+                    state->pendingCount, state->timerRunning != 0 ? "running" : "stopped");
+        std::printf("  log file: %s\n", state->logFile[0] != '\0' ? FileName(state->logFile) : "none yet");
+    }
+    void OnCatalog(const Orvik::OrvikCatalogState* catalog) override
+    {
+        std::printf("  catalog %s (%s): %u sections, %u modules\n",
+                    catalog->configPath[0] != '\0' ? catalog->configPath : "\"\"", FileName(catalog->configFile),
+                    catalog->sectionCount, catalog->moduleCount);
+    }
+    void OnModule(const Orvik::OrvikModuleState* module) override
+    {
+        std::printf("    %s, by ", FileName(module->path));
+        switch (module->origin) {
+        case Orvik::kOrvikOriginSection: std::printf("section [%u]", module->sectionId); break;
+        case Orvik::kOrvikOriginScan: std::printf("scan of dlls (%u ids point at it)", module->scannedIds); break;
+        case Orvik::kOrvikOriginDefault: std::printf("defaultdll"); break;
+        case Orvik::kOrvikOriginPreload: std::printf("preload"); break;
+        }
+        std::printf("%s\n", module->entryPointsCached != 0 ? ", entry point cached" : "");
+        servicesHeld = servicesHeld || std::strcmp(FileName(module->path), "Services.dll") == 0;
+    }
+    void OnPendingModule(const Orvik::OrvikPendingModule* module) override
+    {
+        std::printf("  waiting to be unloaded: %s\n", FileName(module->path));
+    }
+    void OnRegisteredInstance(Orvik::ComponentId id) override
+    {
+        std::printf("  shared instance of id %u\n", id);
+        counterShared = counterShared || id == ICounter::kComponentId;
+    }
+
+    bool servicesHeld = false;
+    bool counterShared = false;
+
+private:
+    static const char* FileName(const char* path)
+    {
+        const char* name = std::strrchr(path, '\\');
+        return name != nullptr ? name + 1 : path;
+    }
+};
 
 // A request through the second configuration file instead of the module's own.
 template <class Interface>
@@ -80,6 +130,14 @@ public:
         TPluginsPtr<IMissing> missing;
         std::printf("  component %u: %s\n", IMissing::kComponentId, missing ? "got one" : "none (null pointer)");
         return !missing;
+    }
+
+    int32_t ShowWhatIsLoaded() override
+    {
+        TOrvikPtr<Orvik::IOrvikInspection, 1> inspection;
+        SnapshotPrinter printer;
+        if (!inspection || inspection->VisitSnapshot(&printer) == 0) return 0;
+        return printer.servicesHeld && printer.counterShared;
     }
 
     void Uninitialize() override {}

@@ -66,6 +66,9 @@ public:
     virtual int32_t AddThroughScannedModule() = 0;
     virtual int32_t ShareOneCounter() = 0;
     virtual int32_t AskForMissingComponent() = 0;
+    // Prints what the factory holds: its catalogs, the modules each loaded
+    // and how, the modules waiting to be unloaded, the shared instances.
+    virtual int32_t ShowWhatIsLoaded() = 0;
 
 protected:
     ~IExampleApp() = default;

@@ -88,6 +88,9 @@ void Walkthrough(IExampleApp& app, const std::string& logRoot)
 
     Step("A component that nothing provides");
     Check(app.AskForMissingComponent() != 0, "the request gave null; the debug output says why");
+
+    Step("What is loaded and why");
+    Check(app.ShowWhatIsLoaded() != 0, "the factory's inspection shows Services.dll and the shared counter");
 }
 
 // The app first, then the shared instances, then the factory itself, which

@@ -9,6 +9,7 @@
 //                          root path, log settings
 //   instance_registry.cpp  shared instances, idle modules and the unload timer
 //   module_unloading.cpp   unloading a module, shutdown
+//   factory_snapshot.cpp   the inspection: snapshot and trace sink
 // Log settings and log files are the log library's (log/).
 
 #include <functional>
@@ -21,6 +22,7 @@
 
 #include "catalog/component_class_info_list.h"
 #include "log/log_files.h"
+#include "factory/factory_inspection.h"
 #include "factory/grow_only_set.h"
 #include "factory/open_hash_map.h"
 #include "orvik/module/component_factory.h"
@@ -54,6 +56,10 @@ public:
     void RetryFailedModules(const char* configPath) override;
     Platform::FileHandle StartNewLogFile() override;
     void Uninitialize() override;
+
+    // Copies the factory's state for the inspection; false when memory ran
+    // out.
+    bool TakeSnapshot(FactorySnapshot* snapshot);
 
     // Relative paths are completed with the host directory (asked for by
     // the path helpers).
@@ -103,6 +109,8 @@ private:
     Platform::CriticalSection factoryLock_;
     char rootPath_[Platform::kMaxPath];
     CLogFiles logFiles_;
+    // Before the default catalog, so the trace hears that catalog's end.
+    CFactoryInspection inspection_{*this};
     CComponentClassInfoList defaultCatalog_;
     // Looked up by the caller's text as it is, without making a string. A
     // request holds its catalog while it runs, so a shutdown meanwhile

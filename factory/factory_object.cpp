@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "bootstrap/profile_resolution.h"
+#include "catalog/trace_gate.h"
 #include "log/log_settings.h"
 #include "orvik/module/component_impl.h"
 #include "platform/multibyte.h"
@@ -35,6 +36,9 @@ COrvikComponentFactory::COrvikComponentFactory() : rootPath_{}, logFiles_(&facto
     CopyString(rootPath_, sizeof rootPath_, GetHostDirectory());
     Platform::InitializeLock(&factoryLock_);
     defaultCatalog_.SetOwnerLock(&stateLock_);
+    // The inspection answers its id as a shared instance would, but is not
+    // listed: nothing releases it, and it goes with the factory.
+    registeredInstances_.Set(kInspectionComponentId, &inspection_);
 
     char start[Platform::kMaxPath] = {};
     char resolved[Platform::kMaxPath] = {};
@@ -49,14 +53,20 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
 {
     // Registered instances answer without the state lock: the registry is
     // read without one, and nothing here can throw.
-    if (IComponent* registered = registeredInstances_.Find(id)) return registered;
+    if (IComponent* registered = registeredInstances_.Find(id)) {
+        if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
+        return registered;
+    }
     return CreateUnregistered(id, configPath);
 }
 
 IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
 try {
     const StateGuard guard(stateLock_);
-    if (IComponent* registered = registeredInstances_.Find(id)) return registered;
+    if (IComponent* registered = registeredInstances_.Find(id)) {
+        if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
+        return registered;
+    }
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 
     auto known = catalogs_.find(configPath);

@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "catalog/trace_gate.h"
 #include "orvik/bootstrap/orvik_ptr.h"
 #include "factory/component_factory.h"
 
@@ -82,6 +83,7 @@ try {
 void COrvikComponentFactory::NotifyModuleIdle(Platform::ModuleHandle module)
 try {
     const StateGuard guard(stateLock_);
+    if (Trace::Active()) Trace::Module(kOrvikTraceIdleNotice, module, "", nullptr);
     pendingModules_.insert(module);
     ForEachCatalog([module](CComponentClassInfoList& catalog) { catalog.ClearModuleRecords(module); });
     // A thread's timers end with the thread: the timer of a thread that has

@@ -1,5 +1,7 @@
+#include <string>
 #include <utility>
 
+#include "catalog/trace_gate.h"
 #include "orvik/bootstrap/factory_bootstrap.h"
 #include "factory/component_factory.h"
 #include "orvik/module/module_exports.h"
@@ -9,15 +11,25 @@ namespace Orvik {
 int32_t COrvikComponentFactory::TryUnloadModule(Platform::ModuleHandle module)
 try {
     const StateGuard guard(stateLock_);
+    // The path is taken while the module is surely there, for every event.
+    const bool tracing = Trace::Active();
+    const std::string path = tracing ? Trace::ModulePath(module) : std::string();
+    const auto refused = [&](uint32_t why) {
+        if (tracing) Trace::Module(kOrvikTraceUnloadRefused, module, "", path.c_str(), 0, why);
+        return 0;
+    };
+    if (tracing) Trace::Module(kOrvikTraceUnloadAsked, module, "", path.c_str());
     // A creation through the module is under way: it stays. Its component
     // will say when the module is idle again.
     bool creating = false;
     ForEachCatalog([&](CComponentClassInfoList& catalog) { creating = creating || catalog.IsCreatingThrough(module); });
-    if (creating) return 0;
+    if (creating) return refused(kOrvikRefusedCreating);
     // Also missing for a handle that names no loaded module.
     auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module);
-    if (canUnloadNow == nullptr || canUnloadNow() == 0) return 0;
+    if (canUnloadNow == nullptr) return refused(kOrvikRefusedNoExport);
+    if (canUnloadNow() == 0) return refused(kOrvikRefusedModuleBusy);
     ForEachCatalog([module](CComponentClassInfoList& catalog) { catalog.FreeModule(module); });
+    if (tracing) Trace::Module(kOrvikTraceUnloadDone, module, "", path.c_str());
     return 1;
 } catch (...) {
     return 0;

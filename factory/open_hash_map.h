@@ -77,6 +77,20 @@ public:
         }
     }
 
+    // Only under the writers' lock: calls visit(key, value) for every entry
+    // that has a value, in no particular order.
+    template <class Visit>
+    void ForEach(Visit visit) const
+    {
+        const Table* table = current_.load(std::memory_order_relaxed);
+        if (table == nullptr) return;
+        for (size_t i = 0; i <= table->mask; ++i) {
+            const Slot& slot = table->slots[i];
+            T* value = slot.value.load(std::memory_order_relaxed);
+            if (slot.used.load(std::memory_order_relaxed) && value != nullptr) visit(slot.key, value);
+        }
+    }
+
 private:
     struct Slot {
         Key key{};

@@ -53,6 +53,14 @@ void CLogFiles::CreateLogFile()
     if (FormatString(name, sizeof name, 0, "%s%s.log", directory, stamp) == 0) return;
     CreateDirectoryForPath(directory);
     Adopt(Platform::UniqueFile(Platform::CreateFileForWriting(name)));
+    if (file_) CopyString(fileName_, sizeof fileName_, name);
+}
+
+void CLogFiles::DescribeFile(char* name, size_t size, int32_t* open)
+{
+    std::lock_guard<std::mutex> opening(opening_);
+    Platform::CopyBytesBounded(name, fileName_, size);
+    *open = file_ ? 1 : 0;
 }
 
 Platform::FileHandle CLogFiles::StartNewLogFile()

@@ -37,6 +37,9 @@ public:
     void CloseLogFile();
     // Deletes all but the newest maxFileCount ".log" files of the directory.
     void RemoveOldLogFiles();
+    // The file opened last into name (empty when none was), and 1 in *open
+    // while it is open.
+    void DescribeFile(char* name, size_t size, int32_t* open);
 
     // Lists the log directory's ".log" files for RemoveOldLogFiles.
     void OnFileFound(const Platform::FindData& data, void* context) override;
@@ -60,6 +63,9 @@ private:
     Platform::UniqueFile file_;
     // Two first log-setting queries must not open two files.
     std::mutex opening_;
+    // The file opened last, written under opening_; a buffer, so that
+    // opening a file needs no memory beyond the open.
+    char fileName_[Platform::kMaxPath] = {};
 };
 
 }  // namespace Orvik

@@ -1,6 +1,7 @@
 // orvik create ID [--config CONFIG]: asks a real factory, obtained as any
 // module obtains it, for a component, and shows the debug lines that
-// caused, the outcome and, when nothing was created, why.
+// caused, the factory's trace of the request, the outcome and, when nothing
+// was created, why.
 
 #include <cerrno>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include "tools/json_writer.h"
 #include "tools/profile_chain.h"
 #include "tools/report_parts.h"
+#include "tools/request_trace.h"
 #include "tools/verbs.h"
 #include "orvik/util/bootstrap_helpers.h"
 #include "orvik/util/string_rules.h"
@@ -32,6 +34,7 @@ struct CreateReport {
     ComponentId reportedId = 0;  // what the component says it is
     bool shared = false;         // a registered instance of the factory
     std::vector<std::string> debugLines;
+    std::vector<TraceEntry> trace;  // from the request to the factory's end
     bool loadFailed = false;
     Platform::LoadFailure failure{};  // the last load that failed during the request
     ProfileChain profiles{};  // when no factory was obtained
@@ -60,7 +63,12 @@ void AskFactory(CreateReport* report)
     if (ModuleFactory() == nullptr) LoadFactory(report->config.c_str(), FactoryModuleSource::GivenHandle);
     IOrvikComponentFactory* factory = ModuleFactory();
     report->factoryObtained = factory != nullptr;
+    TraceRecorder recorder;
     if (factory != nullptr) {
+        // The factory drops the sink when it ends, after its catalogs went.
+        auto* inspection =
+            static_cast<IOrvikInspection*>(factory->CreateComponentByID(kInspectionComponentId, nullptr));
+        if (inspection != nullptr) inspection->SetTraceSink(&recorder);
         IComponent* component = factory->CreateComponentByID(report->id, report->config.c_str());
         report->created = component != nullptr;
         if (component != nullptr) {
@@ -78,6 +86,7 @@ void AskFactory(CreateReport* report)
         factory->Release(1);
         ForgetFactory(factory);
     }
+    report->trace = recorder.Entries();
     report->debugLines = captured.lines();
     Platform::LoadFailure after;
     Platform::GetLastLoadFailure(&after);
@@ -135,6 +144,10 @@ void PrintText(const CreateReport& report, std::ostream& out)
     out << "create " << report.id << " with " << report.config << '\n';
     out << "debug lines:" << (report.debugLines.empty() ? " (none)" : "") << '\n';
     PrintDebugLines(out, report.debugLines);
+    if (report.factoryObtained) {
+        out << "trace:\n";
+        PrintTrace(out, report.trace);
+    }
     if (report.created) {
         out << "outcome: created component " << report.reportedId
             << (report.shared ? " (the factory's shared instance)\n" : " (released again)\n");
@@ -195,6 +208,7 @@ void WriteJson(const CreateReport& report, std::ostream& out)
         json.Null();
     }
     WriteDebugLines(json, report.debugLines);
+    WriteTrace(json, report.trace);
     json.EndObject().Finish();
 }
 

@@ -80,9 +80,10 @@ const Verb kVerbs[] = {
      "\n"
      "Obtains the factory as a module does (the factory module CONFIG names),\n"
      "asks it for component ID with CONFIG as the configuration path, prints the\n"
-     "debug lines that caused and the outcome, and when nothing was created the\n"
-     "route the request took and the failed load. Releases what it got and shuts\n"
-     "the factory down. Exits with 1 when nothing was created.\n"},
+     "debug lines that caused, the factory's trace (each route, load, idle notice\n"
+     "and unload, with thread and time) and the outcome, and when nothing was\n"
+     "created the route the request took and the failed load. Releases what it\n"
+     "got and shuts the factory down. Exits with 1 when nothing was created.\n"},
 };
 
 }  // namespace

@@ -27,6 +27,29 @@ TEST_F(CreateVerb, CreatesAndReleasesTheComponent)
     EXPECT_EQ(RunCommand({"create", "7101", "--config", config}).status, 0);
 }
 
+TEST_F(CreateVerb, ShowsTheFactorysTraceOfTheRequest)
+{
+    const std::string config = Write("Orvik.ini", FactoryAndModules() + "[7101]\ndll=tool_alpha.dll\n");
+    const CommandResult result = RunCommand({"create", "7101", "--config", config, "--json"});
+    ASSERT_EQ(result.status, 0) << result.out;
+    std::vector<std::string> events;
+    for (const JsonValue& event : result.json["trace"].items) {
+        if (event["module"].text == Module("tool_alpha.dll")) events.push_back(event["event"].text);
+    }
+    // Released, idle, unloaded at the timer's tick.
+    EXPECT_EQ(events, (std::vector<std::string>{"route", "load", "idle", "unload-asked", "unload-done"}))
+        << result.out;
+    const JsonValue& route = result.json["trace"][0];
+    EXPECT_EQ(route["route"].text, "section");
+    EXPECT_EQ(route["id"].number, 7101);
+    EXPECT_EQ(route["config"].text, Framework("Orvik.ini"));
+
+    const CommandResult text = RunCommand({"create", "7101", "--config", config});
+    EXPECT_NE(text.out.find("route 7101 by section of " + Framework("Orvik.ini") + ": " + Module("tool_alpha.dll")),
+              std::string::npos)
+        << text.out;
+}
+
 TEST_F(CreateVerb, NamesTheFailedLoadBehindTheDebugLine)
 {
     const std::string config = Write("Orvik.ini", FactoryAndModules() + "[7001]\ndll=tool_needy.dll\n");
