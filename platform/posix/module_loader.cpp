@@ -41,7 +41,7 @@ bool IsAbsoluteNormal(const std::string& path)
            path.find("//") == std::string::npos;
 }
 
-std::string AbsoluteNormalPath(const std::string& path)
+std::string AbsoluteNormalPath(std::string path)
 {
     // Every load by path comes here; most paths are normal already.
     if (IsAbsoluteNormal(path)) return path;
@@ -201,12 +201,13 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
         return nullptr;
     }
     // Windows drops trailing blanks before anything else; finding a loaded
-    // module keeps them.
-    std::string given(path);
-    given.erase(given.find_last_not_of(' ') + 1);
-    const std::string name = WithDefaultExtension(ToNativePath(given.c_str()));
+    // module keeps them. (The native form changes no blank, so they go from
+    // it, without a copy of their own.)
+    std::string name = ToNativePath(path);
+    name.erase(name.find_last_not_of(' ') + 1);
+    name = WithDefaultExtension(std::move(name));
     if (name.find('/') != std::string::npos) {
-        const std::string file = AbsoluteNormalPath(name);
+        const std::string file = AbsoluteNormalPath(std::move(name));
         const bool held = IsHeldPath(file);
         const uint32_t reason = held ? kErrorSuccess : RegularFileOrReason(file);
         if (reason == kErrorSuccess) return OpenModuleFile(file, held, failure);

@@ -37,22 +37,26 @@ ModuleTable& Table()
 
 }  // namespace
 
-void AddModuleReference(ModuleHandle module, std::string path)
+void AddModuleReference(ModuleHandle module, const std::string& path)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
-    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0, {}});
+    // A module loaded again, the usual case, only counts: its path is copied
+    // the first time alone.
+    const auto held = table.modules.find(module);
+    if (held != table.modules.end()) {
+        ++held->second.references;
+        return;
+    }
+    const auto inserted = table.modules.emplace(module, HeldModule{path, 1, {}}).first;
     // A module is recorded with both entries or not at all (the caller then
     // gives the loader's reference back).
-    if (inserted.second) {
-        try {
-            table.paths.emplace(inserted.first->second.path, module);
-        } catch (const std::bad_alloc&) {
-            table.modules.erase(inserted.first);
-            throw;
-        }
+    try {
+        table.paths.emplace(inserted->second.path, module);
+    } catch (const std::bad_alloc&) {
+        table.modules.erase(inserted);
+        throw;
     }
-    ++inserted.first->second.references;
 }
 
 bool DropModuleReference(ModuleHandle module)
