@@ -37,8 +37,12 @@ std::string WithDefaultExtension(std::string name)
 // takes the long way too.
 bool IsAbsoluteNormal(const std::string& path)
 {
-    return path.size() > 1 && path[0] == '/' && path.back() != '/' && path.find("/.") == std::string::npos &&
-           path.find("//") == std::string::npos;
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') return false;
+    // One pass: a search per pattern restarts at every slash.
+    for (size_t i = 1; i < path.size(); ++i) {
+        if (path[i - 1] == '/' && (path[i] == '.' || path[i] == '/')) return false;
+    }
+    return true;
 }
 
 std::string AbsoluteNormalPath(std::string path)
