@@ -177,12 +177,18 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         char path[Platform::kMaxPath] = {};
         JoinPath(dllPath, record.dllName, path, sizeof path);
         Platform::UniqueModule reference(Platform::LoadModule(path));
-        loadError = Platform::GetLastErrorCode();
         const Platform::ModuleHandle module = reference.get();
-        if (module != nullptr) {
+        if (module == nullptr) {
+            loadError = Platform::GetLastErrorCode();
+        } else {
             dllListModules.push_back(std::move(reference));
+            // The records of one file were all forgotten together: only
+            // forgotten ones need their names compared.
             for (auto& entry : dllListRecords) {
-                if (Platform::CompareText(entry.second.dllName, record.dllName) == 0) entry.second.module = module;
+                DllListClassInfo& other = entry.second;
+                if (other.module == nullptr && Platform::CompareText(other.dllName, record.dllName) == 0) {
+                    other.module = module;
+                }
             }
         }
     }
