@@ -169,6 +169,18 @@ IComponent* CComponentClassInfoList::CreateFromDllList(ComponentId componentId)
     return nullptr;
 }
 
+void CComponentClassInfoList::ListScannedModule(Platform::UniqueModule reference)
+{
+    // A module loaded again while it is the last one listed, as one that
+    // falls idle between requests is, takes no new entry (nor memory).
+    if (!dllListModules.empty() && dllListModules.back().reference.get() == reference.get()) {
+        ++dllListModules.back().moreReferences;
+        reference.release();
+        return;
+    }
+    dllListModules.push_back(ListedModule{std::move(reference), 0});
+}
+
 void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
 {
     uint32_t loadError = Platform::kErrorSuccess;
@@ -181,7 +193,7 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         if (module == nullptr) {
             loadError = Platform::GetLastErrorCode();
         } else {
-            dllListModules.push_back(std::move(reference));
+            ListScannedModule(std::move(reference));
             // The records of one file were all forgotten together: only
             // forgotten ones need their names compared.
             for (auto& entry : dllListRecords) {
@@ -231,9 +243,15 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
     if (hasDllList != 0) {
         // Every reference the scan and the reloads took: a module loaded
         // again before it was unloaded is listed more than once.
-        const size_t before = dllListModules.size();
-        dllListModules.remove_if([module](const Platform::UniqueModule& held) { return held.get() == module; });
-        released = dllListModules.size() != before;
+        for (auto listed = dllListModules.begin(); listed != dllListModules.end();) {
+            if (listed->reference.get() != module) {
+                ++listed;
+                continue;
+            }
+            for (; listed->moreReferences > 0; --listed->moreReferences) Platform::ReleaseModule(module);
+            listed = dllListModules.erase(listed);
+            released = true;
+        }
     }
     for (SectionModule& section : sectionModules_) {
         if (section.module != module) continue;
