@@ -25,10 +25,12 @@ namespace Platform {
 namespace {
 
 // A name without extension gets ".dll"; a trailing dot says "no extension".
+// The name is native: its only separator is '/', which like '.' is never
+// the trail byte of a double-byte character.
 std::string WithDefaultExtension(std::string name)
 {
-    const char* fileName = FileNamePart(name.c_str());
-    if (std::strchr(fileName, '.') == nullptr) name += ".dll";
+    const size_t slash = name.rfind('/');
+    if (name.find('.', slash == std::string::npos ? 0 : slash + 1) == std::string::npos) name += ".dll";
     return name;
 }
 
@@ -38,11 +40,13 @@ std::string WithDefaultExtension(std::string name)
 bool IsAbsoluteNormal(const std::string& path)
 {
     if (path.size() < 2 || path[0] != '/' || path.back() == '/') return false;
-    // One pass: a search per pattern restarts at every slash.
+    // One pass without an early exit, which the compiler takes many bytes
+    // at a time: a search per pattern restarts at every slash.
+    bool dotOrSlashAfterSlash = false;
     for (size_t i = 1; i < path.size(); ++i) {
-        if (path[i - 1] == '/' && (path[i] == '.' || path[i] == '/')) return false;
+        dotOrSlashAfterSlash |= path[i - 1] == '/' && (path[i] == '.' || path[i] == '/');
     }
-    return true;
+    return !dotOrSlashAfterSlash;
 }
 
 std::string AbsoluteNormalPath(std::string path)
