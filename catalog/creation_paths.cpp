@@ -242,7 +242,7 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
     bool released = false;
     if (hasDllList != 0) {
         // Every reference the scan and the reloads took: a module loaded
-        // again before it was unloaded is listed more than once.
+        // again before it was unloaded holds several.
         for (auto listed = dllListModules.begin(); listed != dllListModules.end();) {
             if (listed->reference.get() != module) {
                 ++listed;
