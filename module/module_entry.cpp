@@ -15,12 +15,17 @@
 
 #if defined(_WIN32)
 
+#include "module/module_record.h"
+
 // The run-time calls it after the module's static initialisation and before
 // its exit processing. Declared without the system headers: the types are
 // the system's int, unsigned long and pointers.
 extern "C" int __stdcall DllMain(void* instance, unsigned long reason, void* reserved)
 {
     constexpr unsigned long kProcessDetach = 0;
+    // The linker keeps only what the entry point reaches; this reference,
+    // which costs an address in a register, keeps the module's record.
+    asm volatile("" : : "r"(&Orvik::g_moduleRecord));
     const int32_t result = Orvik::ModuleEntryPoint(instance, static_cast<uint32_t>(reason), reserved);
     if (reason == kProcessDetach) Orvik::FinishModuleExit();
     return result;

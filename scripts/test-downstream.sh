@@ -114,6 +114,11 @@ plain() {
   cp $sources/Orvik.ini $runtime "$dir"/
   check "$label.orvik_ptr_refused_in_a_program" refused "$cxx" \
     "$(PKG_CONFIG_LIBDIR=$prefix/lib/pkgconfig pkg-config --cflags orvik-host)"
+  # The flags make a module carry its record, which the tool reads from the file.
+  local tool=$prefix/bin/orvik
+  [ -n "$runner" ] && tool="$runner $prefix/bin/orvik.exe"
+  check "$label.module_record" bash -c \
+    "$tool module '$dir/TextTool.dll' | grep '^record: built with framework $version, contract '"
   local host=./text_host
   if [ -n "$runner" ]; then
     host="$runner ./text_host.exe"

@@ -22,9 +22,19 @@ constexpr int32_t kMaxIds = 512;
 constexpr const char* kExportNames[] = {ORVIK_MODULE_EXPORT_LIST(ORVIK_EXPORT_NAME)};
 #undef ORVIK_EXPORT_NAME
 
-LoadProblem Classify(bool exists, const Platform::LoadFailure& failure)
+LoadProblem Classify(const ModuleProbe& probe)
 {
-    if (!exists) return LoadProblem::FileMissing;
+    const Platform::LoadFailure& failure = probe.failure;
+    if (!probe.exists) return LoadProblem::FileMissing;
+    // The record tells why a module of another contract or architecture is
+    // refused, also where the loader's own check refuses it first.
+    if (probe.recordState == Platform::RecordState::Found) {
+        switch (Platform::FitOfRecord(probe.record)) {
+        case Platform::RecordFit::OtherContract: return LoadProblem::OtherContract;
+        case Platform::RecordFit::OtherArchitecture: return LoadProblem::OtherArchitecture;
+        case Platform::RecordFit::Served: break;
+        }
+    }
     if (failure.missingSymbol[0] != '\0' || failure.code == Platform::kErrorProcedureNotFound) {
         return LoadProblem::SymbolMissing;
     }
@@ -64,10 +74,11 @@ ModuleProbe ProbeModule(const std::string& path)
     const PathKind kind = KindOfPath(path);
     probe.exists = kind == PathKind::File;
     probe.directory = kind == PathKind::Directory;
+    if (probe.exists) probe.recordState = Platform::ReadModuleRecord(path.c_str(), &probe.record);
     const Platform::UniqueModule module(Platform::LoadModule(path.c_str()));
     if (!module) {
         Platform::GetLastLoadFailure(&probe.failure);
-        probe.problem = Classify(probe.exists, probe.failure);
+        probe.problem = Classify(probe);
         return probe;
     }
     probe.loads = true;
@@ -110,6 +121,8 @@ const char* ProblemName(LoadProblem problem)
     case LoadProblem::SymbolMissing: return "symbol-missing";
     case LoadProblem::NotAModule: return "not-a-module";
     case LoadProblem::AccessDenied: return "access-denied";
+    case LoadProblem::OtherContract: return "other-contract";
+    case LoadProblem::OtherArchitecture: return "other-architecture";
     case LoadProblem::Other: return "load-failed";
     }
     return "";
@@ -133,9 +146,26 @@ std::string DescribeProblem(const ModuleProbe& probe)
                                                 : "a procedure it imports is missing (not identified)";
     case LoadProblem::NotAModule: return "not a module for this platform";
     case LoadProblem::AccessDenied: return "access denied";
+    case LoadProblem::OtherContract:
+    case LoadProblem::OtherArchitecture: return RecordText(probe);
     case LoadProblem::Other: return "does not load (error " + std::to_string(failure.code) + ")";
     }
     return "";
+}
+
+std::string RecordText(const ModuleProbe& probe)
+{
+    switch (probe.recordState) {
+    case Platform::RecordState::Found: {
+        char text[256];
+        Platform::DescribeRecordFit(probe.record, text, sizeof text);
+        return text;
+    }
+    case Platform::RecordState::Missing: return "none (built without the framework's module runtime)";
+    case Platform::RecordState::Damaged: return "damaged";
+    case Platform::RecordState::Unreadable: break;
+    }
+    return probe.exists ? "none found (no module image this platform reads)" : "none (no file)";
 }
 
 std::string MissingSymbol(const ModuleProbe& probe)

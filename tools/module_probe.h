@@ -8,6 +8,7 @@
 
 #include "orvik/module/component.h"
 #include "orvik/platform/load_failure.h"
+#include "platform/module_record.h"
 
 namespace Orvik {
 namespace Tools {
@@ -19,6 +20,8 @@ enum class LoadProblem {
     SymbolMissing,
     NotAModule,  // not a module for this platform
     AccessDenied,
+    OtherContract,      // its record names a contract this framework does not serve
+    OtherArchitecture,  // its record names another architecture
     Other,
 };
 
@@ -29,6 +32,9 @@ struct ExportPresence {
 
 struct ModuleProbe {
     std::string path;
+    // Read from the file before it is loaded, so known for one that fails.
+    Platform::RecordState recordState = Platform::RecordState::Unreadable;
+    Platform::ModuleRecord record{};
     bool exists = false;     // as a file
     bool directory = false;  // a directory stands where the file should
     bool loads = false;
@@ -55,6 +61,10 @@ bool ProvidesId(const ModuleProbe& probe, ComponentId id);
 // Names for JSON and words for people ("dependency missing: libx.dll").
 const char* ProblemName(LoadProblem problem);
 std::string DescribeProblem(const ModuleProbe& probe);
+
+// The module record in words: "framework 0.1.0, contract 0.1, x86_64,
+// Release", "none", ...
+std::string RecordText(const ModuleProbe& probe);
 
 // The missing symbol, from the loader or the import table; empty when none.
 std::string MissingSymbol(const ModuleProbe& probe);

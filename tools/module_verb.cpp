@@ -32,6 +32,7 @@ bool Works(const ModuleProbe& probe)
 void PrintText(const ModuleProbe& probe, const std::vector<std::string>& debugLines, std::ostream& out)
 {
     out << "module: " << probe.path << '\n';
+    out << "record: " << RecordText(probe) << '\n';
     if (!probe.loads) {
         out << "does not load: " << DescribeProblem(probe) << '\n';
         PrintFailure(out, probe.failure, "  ");

@@ -22,7 +22,7 @@ constexpr const char kOverview[] =
     "\n"
     "  resolve [CONFIG]             the redirect chain and the factory module's path\n"
     "  catalog [CONFIG]             the catalog the factory reads from the file\n"
-    "  module FILE                  whether a module loads here, its exports and ids\n"
+    "  module FILE                  its record, whether it loads here, its exports and ids\n"
     "  check [CONFIG]               every module the file names or scans: OK or why not\n"
     "  create ID [--config CONFIG]  asks a real factory for a component\n"
     "\n"
@@ -57,10 +57,11 @@ const Verb kVerbs[] = {
     {"module", RunModule,
      "usage: orvik module FILE [--json]\n"
      "\n"
-     "Loads FILE in this process: whether it loads, and if not why (the loader's\n"
-     "own text, the missing dependency or symbol by name); which of the seven\n"
-     "exports it has; the ids its GetComponentIDs reports. Exits with 1 when it\n"
-     "does not load or lacks an export.\n"},
+     "Shows FILE's module record (framework, contract, architecture, build; read\n"
+     "without loading it), then loads FILE in this process: whether it loads, and\n"
+     "if not why (the loader's own text, the missing dependency or symbol by\n"
+     "name); which of the seven exports it has; the ids its GetComponentIDs\n"
+     "reports. Exits with 1 when it does not load or lacks an export.\n"},
     {"check", RunCheck,
      "usage: orvik check [CONFIG | --program PROGRAM] [--json]\n"
      "\n"

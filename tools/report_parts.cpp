@@ -55,10 +55,44 @@ void WriteFailure(JsonWriter& json, const Platform::LoadFailure& failure)
         .EndObject();
 }
 
+namespace {
+
+const char* RecordStateName(Platform::RecordState state)
+{
+    switch (state) {
+    case Platform::RecordState::Found: return "found";
+    case Platform::RecordState::Missing: return "missing";
+    case Platform::RecordState::Damaged: return "damaged";
+    case Platform::RecordState::Unreadable: return "unreadable";
+    }
+    return "";
+}
+
+void WriteRecord(JsonWriter& json, const ModuleProbe& probe)
+{
+    json.Key("record").BeginObject().Field("state", RecordStateName(probe.recordState));
+    if (probe.recordState == Platform::RecordState::Found) {
+        const Platform::ModuleRecord& record = probe.record;
+        const auto version = [](unsigned major, unsigned minor) {
+            return std::to_string(major) + "." + std::to_string(minor);
+        };
+        json.Field("framework", version(record.frameworkMajor, record.frameworkMinor) + "." +
+                                    std::to_string(record.frameworkPatch))
+            .Field("contract", version(record.contractMajor, record.contractMinor))
+            .Field("architecture", record.architecture)
+            .Field("buildType", record.buildType)
+            .Field("served", Platform::FitOfRecord(record) == Platform::RecordFit::Served);
+    }
+    json.Field("text", RecordText(probe)).EndObject();
+}
+
+}  // namespace
+
 void WriteProbeMembers(JsonWriter& json, const ModuleProbe& probe)
 {
     json.Field("path", probe.path).Field("exists", probe.exists).Field("loads", probe.loads);
     json.Field("problem", ProblemName(probe.problem));
+    WriteRecord(json, probe);
     if (!probe.loads) {
         json.Key("failure");
         WriteFailure(json, probe.failure);

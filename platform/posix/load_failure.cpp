@@ -9,6 +9,7 @@
 #include "platform/posix/load_failure_note.h"
 #include "platform/posix/native_path.h"
 #include "platform/posix/thread_slot.h"
+#include "platform/module_record.h"
 
 namespace Orvik {
 namespace Platform {
@@ -49,13 +50,24 @@ void CopyBounded(char (&destination)[N], std::string_view source)
     destination[length] = '\0';
 }
 
+std::string RefusalText(const std::string& nativePath)
+{
+    char text[kLoadFailureTextSize];
+    DescribeRecordRefusal(nativePath.c_str(), text, sizeof text);
+    return text;
+}
+
 // Used when the loader was not asked: the platform layer's own words.
 std::string DescribeCode(const std::string& nativePath, uint32_t code)
 {
     switch (code) {
     case kErrorModuleNotFound: return nativePath + ": no such module file";
     case kErrorAccessDenied: return nativePath + ": permission denied";
-    case kErrorBadExeFormat: return nativePath + ": not a shared object for this platform";
+    case kErrorBadExeFormat:
+        // The file itself, or its record.
+        if (RecordRefusal(nativePath.c_str()) != kErrorSuccess) return RefusalText(nativePath);
+        return nativePath + ": not a shared object for this platform";
+    case kErrorRevisionMismatch: return RefusalText(nativePath);
     default: return nativePath + ": load failed with error " + std::to_string(code);
     }
 }

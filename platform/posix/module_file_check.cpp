@@ -19,6 +19,7 @@
 #include "platform/posix/elf_module.h"
 #include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
+#include "platform/module_record.h"
 
 namespace Orvik {
 namespace Platform {
@@ -182,7 +183,9 @@ uint32_t CheckModuleFile(const std::string& nativePath)
         if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
     }
     std::set<std::string> checked;
-    const uint32_t result = CheckWithDependencies(nativePath, 0, &checked);
+    uint32_t result = CheckWithDependencies(nativePath, 0, &checked);
+    // A module built against another contract is refused before it runs.
+    if (result == kErrorSuccess) result = RecordRefusal(nativePath.c_str());
     if (result == kErrorSuccess && known) {
         std::lock_guard<std::mutex> guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the

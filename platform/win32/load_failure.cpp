@@ -62,20 +62,6 @@ DWORD SharedSlot()
     return known;
 }
 
-// The calling thread's record; made on the process heap, which every module
-// shares, at the first failure. It stays with the process.
-LoadFailure* ThreadRecord(bool create)
-{
-    const DWORD slot = SharedSlot();
-    if (slot == kNoSlot) return nullptr;
-    auto* record = static_cast<LoadFailure*>(TlsGetValue(slot));
-    if (record == nullptr && create) {
-        record = static_cast<LoadFailure*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(LoadFailure)));
-        if (record != nullptr) TlsSetValue(slot, record);
-    }
-    return record;
-}
-
 template <size_t N>
 void CopyBounded(char (&destination)[N], std::string_view source)
 {
@@ -102,18 +88,38 @@ std::string SystemText(DWORD code, const char* path)
     return text;
 }
 
+// The calling thread's record, started for a failure to load path.
+LoadFailure* StartRecord(const char* path, DWORD code)
+{
+    LoadFailure* failure = ThreadLoadFailure(true);
+    if (failure != nullptr) {
+        ++failure->count;
+        failure->code = code;
+        CopyBounded(failure->path, path != nullptr ? path : "");
+        failure->text[0] = failure->missingModule[0] = failure->missingSymbol[0] = '\0';
+    }
+    return failure;
+}
+
 }  // namespace
+
+LoadFailure* ThreadLoadFailure(bool create)
+{
+    const DWORD slot = SharedSlot();
+    if (slot == kNoSlot) return nullptr;
+    auto* record = static_cast<LoadFailure*>(TlsGetValue(slot));
+    if (record == nullptr && create) {
+        record = static_cast<LoadFailure*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(LoadFailure)));
+        if (record != nullptr) TlsSetValue(slot, record);
+    }
+    return record;
+}
 
 void NoteLoadFailure(const char* path)
 {
     const DWORD code = GetLastError();
-    LoadFailure* failure = ThreadRecord(true);
-    if (failure != nullptr) {
-        const char* asked = path != nullptr ? path : "";
-        ++failure->count;
-        failure->code = code;
-        CopyBounded(failure->path, asked);
-        failure->text[0] = failure->missingModule[0] = failure->missingSymbol[0] = '\0';
+    const char* asked = path != nullptr ? path : "";
+    if (LoadFailure* failure = StartRecord(asked, code)) {
         try {
             const MissingImport missing = FindMissingImport(asked, code);
             CopyBounded(failure->text, SystemText(code, asked));
@@ -126,37 +132,10 @@ void NoteLoadFailure(const char* path)
     SetLastError(code);
 }
 
-bool GetLastLoadFailure(LoadFailure* failure)
+void NoteRecordRefusal(const char* path, uint32_t code)
 {
-    if (failure == nullptr) return false;
-    const DWORD code = GetLastError();
-    const LoadFailure* record = ThreadRecord(false);
-    if (record != nullptr) {
-        *failure = *record;
-    } else {
-        std::memset(failure, 0, sizeof *failure);
-    }
+    StartRecord(path, code);
     SetLastError(code);
-    return failure->count != 0;
-}
-
-bool FindUnresolvedImport(const char* path, char* symbol, uint32_t size)
-try {
-    if (symbol == nullptr || size == 0) return false;
-    const DWORD code = GetLastError();
-    const std::string missing = path != nullptr ? FindMissingImport(path, kErrorProcedureNotFound).procedure : "";
-    SetLastError(code);
-    if (missing.empty() || missing.size() >= size) {
-        symbol[0] = '\0';
-        return false;
-    }
-    missing.copy(symbol, missing.size());
-    symbol[missing.size()] = '\0';
-    return true;
-} catch (const std::bad_alloc&) {
-    symbol[0] = '\0';
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return false;
 }
 
 }  // namespace Platform

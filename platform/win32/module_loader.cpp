@@ -3,12 +3,23 @@
 #include <windows.h>
 
 #include "platform/win32/load_failure_note.h"
+#include "platform/win32/record_check.h"
 
 namespace Orvik {
 namespace Platform {
 
 ModuleHandle LoadModule(const char* path)
 {
+    // The loader runs a module's code as it loads it: a module built against
+    // another contract is refused before. The check's own calls must not
+    // change the last error, which a successful load leaves alone.
+    const DWORD lastError = GetLastError();
+    const uint32_t refusal = CheckRecordBeforeLoad(path);
+    if (refusal != kErrorSuccess) {
+        NoteRecordRefusal(path, refusal);
+        return nullptr;
+    }
+    SetLastError(lastError);
     HMODULE module = LoadLibraryA(path);
     if (module == nullptr) NoteLoadFailure(path);
     return module;

@@ -26,7 +26,7 @@ using Lines = std::vector<std::string>;
 
 inline const char* const kProviders[] = {"fact_alpha.dll",  "fact_beta.dll",    "fact_gamma.dll",
                                          "fact_shared.dll", "fact_preload.dll", "fact_bare.dll",
-                                         "fact_stdcall.dll"};
+                                         "fact_stdcall.dll", "fact_contract.dll", "fact_other_contract.dll"};
 
 // A module of the test program's directory, in the framework's form.
 inline std::string InProgramDirectory(const std::string& name) { return ProgramDirectory() + "\\" + name; }

@@ -31,6 +31,10 @@ constexpr ComponentId kForeignId = 8208;
 // fact_stdcall, made by hand with stdcall as its exports' default calling
 // convention on 32-bit Windows.
 constexpr ComponentId kStdcallId = 8209;
+// fact_contract and fact_other_contract, one source built against the
+// framework's contract and against another; each says when its code runs.
+constexpr ComponentId kContractId = 8210;
+constexpr char kContractProbeLine[] = "[contract probe] static initialisation ran\n";
 
 using ProbeIds = std::integer_sequence<ComponentId, kCommonId, kAlphaOnlyId, kBetaOnlyId, kGammaId, kSharedId,
                                        kPreloadId, kStdcallId>;

@@ -21,7 +21,8 @@ struct LoadFailure {
     /// The module asked for, as LoadModule was given it.
     char path[kMaxPath];
     /// The loader's message: dlerror() on POSIX, the system's text for the
-    /// error on Windows.
+    /// error on Windows. For a module refused before loading because of its
+    /// module record, the framework's account of that record.
     char text[kLoadFailureTextSize];
     /// A module the failed one depends on that the loader did not find; empty
     /// when none is known.

@@ -35,6 +35,10 @@ enum ErrorCode : uint32_t {
     kErrorProcedureNotFound = 127,  ///< A module lacks the export or an import.
     kErrorAlreadyExists = 183,      ///< Something of that name exists.
     kErrorBadExeFormat = 193,       ///< Not a loadable module for this platform.
+    /// The module was built against another contract of the framework; its
+    /// record says which. (Windows' number for incompatible revision levels:
+    /// the file itself is sound, unlike one refused with 193.)
+    kErrorRevisionMismatch = 1306,
 };
 
 /// Paths live in buffers of this many bytes: 259 characters and a terminator.

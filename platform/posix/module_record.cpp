@@ -1,0 +1,81 @@
+// The module record of an ELF module: its section, read from the file.
+
+#include "platform/module_record.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "platform/posix/elf_image.h"
+#include "platform/posix/elf_sections.h"
+#include "platform/posix/native_path.h"
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+// The file read where each piece lies: the record takes a few small reads,
+// and nothing is allocated for them.
+class DirectElfImage final : public ElfImage {
+public:
+    DirectElfImage(int descriptor, uint64_t size) : ElfImage(size), descriptor_(descriptor) {}
+
+private:
+    bool ReadInside(uint64_t offset, void* out, uint64_t count) const override
+    {
+        auto* bytes = static_cast<unsigned char*>(out);
+        while (count > 0) {
+            const ssize_t got = pread(descriptor_, bytes, static_cast<size_t>(count), static_cast<off_t>(offset));
+            if (got < 0 && errno == EINTR) continue;
+            if (got <= 0) return false;
+            bytes += got;
+            offset += static_cast<uint64_t>(got);
+            count -= static_cast<uint64_t>(got);
+        }
+        return true;
+    }
+
+    int descriptor_;
+};
+
+}  // namespace
+
+RecordState ReadNativeModuleRecord(const char* nativePath, ModuleRecord* record)
+{
+    std::memset(record, 0, sizeof *record);
+    // Opened without waiting, as a FIFO would; only a regular file is read.
+    const int descriptor = open(nativePath, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return RecordState::Unreadable;
+    struct stat info;
+    SectionSearch search = SectionSearch::NotElf;
+    unsigned char bytes[sizeof(ModuleRecord)];
+    uint64_t size = 0;
+    if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+        search = ReadElfSection(DirectElfImage(descriptor, static_cast<uint64_t>(info.st_size)),
+                                ORVIK_MODULE_RECORD_SECTION, bytes, sizeof bytes, &size);
+    }
+    close(descriptor);
+    switch (search) {
+    case SectionSearch::Found: return DecodeModuleRecord(bytes, static_cast<size_t>(size), record);
+    case SectionSearch::NoSuchSection: return RecordState::Missing;
+    case SectionSearch::NotElf: return RecordState::Unreadable;
+    }
+    return RecordState::Unreadable;
+}
+
+RecordState ReadModuleRecord(const char* path, ModuleRecord* record)
+try {
+    if (path == nullptr || record == nullptr) return RecordState::Unreadable;
+    return ReadNativeModuleRecord(ToNativePath(path).c_str(), record);
+} catch (const std::bad_alloc&) {
+    // The path's native form could not be made: no file was read.
+    return RecordState::Unreadable;
+}
+
+}  // namespace Platform
+}  // namespace Orvik
