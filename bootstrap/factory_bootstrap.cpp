@@ -12,14 +12,12 @@
 
 namespace Orvik {
 
-namespace {
-// Two threads may load at once; both obtain the same singleton factory.
-std::atomic<IOrvikComponentFactory*> g_factory{nullptr};
-}  // namespace
+std::atomic<IOrvikComponentFactory*> Detail::g_moduleFactory{nullptr};
 
-IOrvikComponentFactory* ModuleFactory() { return g_factory; }
-
-void ForgetFactory(IOrvikComponentFactory* factory) { g_factory.compare_exchange_strong(factory, nullptr); }
+void ForgetFactory(IOrvikComponentFactory* factory)
+{
+    Detail::g_moduleFactory.compare_exchange_strong(factory, nullptr);
+}
 
 Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSource source)
 {
@@ -63,8 +61,8 @@ void LoadFactory(const char* configPath, FactoryModuleSource source)
         OutputDebugLine("[Orvik_Error] Load OrvFact.dll Fail.\n");
         return;
     }
-    g_factory = CreateFactoryFromModule(module);
-    if (g_factory == nullptr) OutputDebugLine("[Orvik_Error] Create ComponentFactory in OrvFact.dll Fail\n");
+    Detail::g_moduleFactory = CreateFactoryFromModule(module);
+    if (ModuleFactory() == nullptr) OutputDebugLine("[Orvik_Error] Create ComponentFactory in OrvFact.dll Fail\n");
 }
 
 void SendIdleNotice(Platform::ModuleHandle module)

@@ -84,19 +84,21 @@ void CComponentClassInfoList::Inspect(OrvikCatalogState* state, std::vector<Orvi
         modules->push_back(HeldModule(section.module, section.fullPath.c_str(), kOrvikOriginSection));
         modules->back().sectionId = entry.first;
     }
-    // A scanned module is listed once per load the catalog holds.
-    for (const Platform::UniqueModule& held : dllListModules) {
+    // A scanned module is listed once, with every load the catalog holds.
+    for (const ListedModule& listed : dllListModules) {
+        const Platform::ModuleHandle held = listed.reference.get();
         const auto known = std::find_if(modules->begin() + static_cast<std::ptrdiff_t>(first), modules->end(),
-                                        [&held](const OrvikModuleState& module) {
-                                            return module.origin == kOrvikOriginScan && module.module == held.get();
+                                        [held](const OrvikModuleState& module) {
+                                            return module.origin == kOrvikOriginScan && module.module == held;
                                         });
         if (known != modules->end()) {
-            ++known->references;
+            known->references += 1 + listed.moreReferences;
             continue;
         }
-        OrvikModuleState module = HeldModule(held.get(), nullptr, kOrvikOriginScan);
+        OrvikModuleState module = HeldModule(held, nullptr, kOrvikOriginScan);
+        module.references += listed.moreReferences;
         for (const auto& entry : dllListRecords) {
-            if (entry.second.module != held.get()) continue;
+            if (entry.second.module != held) continue;
             ++module.scannedIds;
             if (entry.second.createComponent != nullptr) module.entryPointsCached = 1;
         }

@@ -66,6 +66,13 @@ struct DllListClassInfo {
     char dllName[29];                          // the name as listed, trimmed
 };
 
+// References the catalog holds to one scanned module: the first, and those
+// of the loads that followed it before any other module was listed.
+struct ListedModule {
+    Platform::UniqueModule reference;
+    uint32_t moreReferences;
+};
+
 // Which kind of section the parser is in.
 enum class SectionKind { None, DefaultValue, LogDefault, Component };
 
@@ -149,6 +156,9 @@ private:
     void ScanDllList();
     bool GetNextDllName(char* name, int size, bool consume);
     void RecordScannedModule(Platform::ModuleHandle module, const char* name, const char* path);
+    // Lists one more reference to a scanned module. May throw
+    // std::bad_alloc; the reference is given back then.
+    void ListScannedModule(Platform::UniqueModule reference);
     void NoteFailedDll(const char* name, const char* path, uint32_t error);
     void PreLoadDependDllList(const char* list);
 
@@ -198,8 +208,8 @@ private:
     char* cursor;
     TSortedRecords<ComponentClassInfo> configRecords;
     std::map<ComponentId, DllListClassInfo> dllListRecords;
-    // One reference per load of a scanned module.
-    std::list<Platform::UniqueModule> dllListModules;
+    // One reference per load of a scanned module, in load order.
+    std::list<ListedModule> dllListModules;
     int32_t dllListScanned;
     char dllList[Platform::kMaxPath];
     char failedDlls[Platform::kMaxPath];

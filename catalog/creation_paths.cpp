@@ -189,6 +189,18 @@ IComponent* CComponentClassInfoList::CreateFromDllList(ComponentId componentId)
     return nullptr;
 }
 
+void CComponentClassInfoList::ListScannedModule(Platform::UniqueModule reference)
+{
+    // A module loaded again while it is the last one listed, as one that
+    // falls idle between requests is, takes no new entry (nor memory).
+    if (!dllListModules.empty() && dllListModules.back().reference.get() == reference.get()) {
+        ++dllListModules.back().moreReferences;
+        reference.release();
+        return;
+    }
+    dllListModules.push_back(ListedModule{std::move(reference), 0});
+}
+
 void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
 {
     uint32_t loadError = Platform::kErrorSuccess;
@@ -197,16 +209,21 @@ void CComponentClassInfoList::InitOrvikModule(DllListClassInfo& record)
         char path[Platform::kMaxPath] = {};
         JoinPath(dllPath, record.dllName, path, sizeof path);
         Platform::UniqueModule reference(Platform::LoadModule(path));
-        loadError = Platform::GetLastErrorCode();
         const Platform::ModuleHandle module = reference.get();
+        if (module == nullptr) loadError = Platform::GetLastErrorCode();
         if (Trace::Active()) {
             Trace::Module(module != nullptr ? kOrvikTraceReload : kOrvikTraceLoadFailed, module, registryPath, path,
                           module != nullptr ? 0 : loadError);
         }
         if (module != nullptr) {
-            dllListModules.push_back(std::move(reference));
+            ListScannedModule(std::move(reference));
+            // The records of one file were all forgotten together: only
+            // forgotten ones need their names compared.
             for (auto& entry : dllListRecords) {
-                if (Platform::CompareText(entry.second.dllName, record.dllName) == 0) entry.second.module = module;
+                DllListClassInfo& other = entry.second;
+                if (other.module == nullptr && Platform::CompareText(other.dllName, record.dllName) == 0) {
+                    other.module = module;
+                }
             }
         }
     }
@@ -252,10 +269,16 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
     bool released = false;
     if (hasDllList != 0) {
         // Every reference the scan and the reloads took: a module loaded
-        // again before it was unloaded is listed more than once.
-        const size_t before = dllListModules.size();
-        dllListModules.remove_if([module](const Platform::UniqueModule& held) { return held.get() == module; });
-        released = dllListModules.size() != before;
+        // again before it was unloaded holds several.
+        for (auto listed = dllListModules.begin(); listed != dllListModules.end();) {
+            if (listed->reference.get() != module) {
+                ++listed;
+                continue;
+            }
+            for (; listed->moreReferences > 0; --listed->moreReferences) Platform::ReleaseModule(module);
+            listed = dllListModules.erase(listed);
+            released = true;
+        }
     }
     for (SectionModule& section : sectionModules_) {
         if (section.module != module) continue;

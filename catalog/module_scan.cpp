@@ -35,8 +35,7 @@ size_t FirstItemLength(const char* list)
 // reference is the list's once listed, and given back if it cannot be.
 void CComponentClassInfoList::RecordScannedModule(Platform::ModuleHandle module, const char* name, const char* path)
 {
-    Platform::UniqueModule reference(module);
-    dllListModules.push_back(std::move(reference));
+    ListScannedModule(Platform::UniqueModule(module));
     auto getIds = FindModuleExport<Exports::GetComponentIDs>(module);
     if (getIds == nullptr) {
         OutputDebugLine("[Orvik_Error] No export \"GetComponentIDs\" function from %s Fail.\n", path);
@@ -68,17 +67,18 @@ CComponentClassInfoList::~CComponentClassInfoList()
     // other references go first, then the preloaded modules'. Each scanned
     // module that agrees is freed before the next one is asked, so a module
     // whose answer depends on an earlier one having left can leave too.
-    for (Platform::UniqueModule& module : dllListModules) {
-        auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module.get());
+    for (ListedModule& listed : dllListModules) {
+        auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(listed.reference.get());
         if (canUnloadNow != nullptr && canUnloadNow() != 0) {
             // Named while it is surely there.
             const bool tracing = Trace::Active();
-            const std::string path = tracing ? Trace::ModulePath(module.get()) : std::string();
-            const Platform::ModuleHandle handle = module.get();
-            module.reset();
+            const std::string path = tracing ? Trace::ModulePath(listed.reference.get()) : std::string();
+            const Platform::ModuleHandle handle = listed.reference.get();
+            for (; listed.moreReferences > 0; --listed.moreReferences) Platform::ReleaseModule(handle);
+            listed.reference.reset();
             if (tracing) Trace::Module(kOrvikTraceUnloadDone, handle, registryPath, path.c_str());
         } else {
-            module.release();
+            listed.reference.release();
         }
     }
     dllListModules.clear();

@@ -8,6 +8,9 @@
 
 namespace Orvik {
 
+// Constant-initialised, so usable before any static constructor has run.
+std::atomic<const char*> Detail::g_registryPath{""};
+
 namespace {
 
 // Each distinct path given is kept once; a module is given a handful.
@@ -17,8 +20,6 @@ struct KeptPath {
     char text[kRegistryPathSize];
 };
 
-// Constant-initialised, so usable before any static constructor has run.
-std::atomic<const char*> g_current{""};
 KeptPath* g_kept = nullptr;
 // The first paths are kept in the module's own storage: a module given no
 // more than these needs no memory to take its path, so taking it cannot fail.
@@ -43,17 +44,15 @@ const char* Keep(const char* path)
 
 }  // namespace
 
-const char* RegistryPath() { return g_current.load(std::memory_order_acquire); }
-
 void StoreRegistryPath(const char* path)
 {
     const bool fits = path != nullptr && std::strlen(path) < static_cast<size_t>(kRegistryPathSize);
-    g_current.store(fits && path[0] != '\0' ? Keep(path) : "", std::memory_order_release);
+    Detail::g_registryPath.store(fits && path[0] != '\0' ? Keep(path) : "", std::memory_order_release);
 }
 
 void ForgetRegistryPaths()
 {
-    g_current.store("", std::memory_order_release);
+    Detail::g_registryPath.store("", std::memory_order_release);
     while (KeptPath* kept = g_kept) {
         g_kept = kept->next;
         if (kept->allocated) delete kept;

@@ -1,6 +1,7 @@
 #include "orvik/util/path_rules.h"
 
 #include <atomic>
+#include <cstring>
 #include <initializer_list>
 
 #include "orvik/platform/lock.h"
@@ -118,8 +119,22 @@ void JoinDirectoryName(const char* dir, const char* name, char* dst, int size)
 int JoinPath(const char* dir, const char* name, char* dst, int size)
 {
     if (dir == nullptr || name == nullptr || dst == nullptr || size <= 0) return 0;
-    const char* format = EndsWithBackslash(dir) ? "%s%s" : "%s\\%s";
-    return FormatString(dst, size, 0, format, dir, name);
+    // Copied rather than formatted: every reload of a scanned module joins
+    // its path. As much as fits is kept, and a cut path answers 0.
+    const char* parts[] = {dir, EndsWithBackslash(dir) ? "" : "\\", name};
+    size_t room = static_cast<size_t>(size) - 1;
+    bool whole = true;
+    char* end = dst;
+    for (const char* part : parts) {
+        const size_t length = std::strlen(part);
+        const size_t taken = length < room ? length : room;
+        std::memcpy(end, part, taken);
+        end += taken;
+        room -= taken;
+        whole = whole && taken == length;
+    }
+    *end = '\0';
+    return whole ? 1 : 0;
 }
 
 int GetFileNamePart(const char* path, char* dst, int size)

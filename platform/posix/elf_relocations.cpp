@@ -86,7 +86,12 @@ struct Relocation {
 class RelocationCheck {
 public:
     RelocationCheck(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic)
-        : image_(image), layout_(layout), dynamic_(dynamic)
+        : image_(image),
+          layout_(layout),
+          dynamic_(dynamic),
+          // Text relocations make the loader open read-only segments for
+          // writing.
+          targetFlags_(dynamic.Has(DT_TEXTREL) || (dynamic.Value(DT_FLAGS) & DF_TEXTREL) != 0 ? 0 : PF_W)
     {
     }
 
@@ -111,6 +116,9 @@ private:
     const ElfImage& image_;
     const ElfLayout& layout_;
     ElfDynamic& dynamic_;
+    // What a segment must allow for a relocation to write into it; asked
+    // once, not for each relocation.
+    const uint32_t targetFlags_;
     std::vector<CallSlots> callSlots_;
     // Those of the table, then those of the procedure linkage table's.
     std::vector<Relocation> relocations_;
@@ -214,6 +222,7 @@ bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64
     // The loader applies the first entries of the count it is given as
     // relative ones, whatever their type says.
     const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
+    relocations_.reserve(relocations_.size() + entries.size());
     for (uint64_t i = 0; i < entries.size(); ++i) {
         const Entry& entry = entries[i];
         const bool relative = i < relativeCount;
@@ -263,9 +272,7 @@ bool RelocationCheck::Apply(const Relocation& relocation)
 bool RelocationCheck::CheckTarget(AddressRange target) const
 {
     if (target.size == 0) return true;
-    // Text relocations make the loader open read-only segments for writing.
-    const bool textRelocations = dynamic_.Has(DT_TEXTREL) || (dynamic_.Value(DT_FLAGS) & DF_TEXTREL) != 0;
-    if (!layout_.InMemory(target, textRelocations ? 0 : PF_W)) return false;
+    if (!layout_.InMemory(target, targetFlags_)) return false;
     for (const AddressRange& table : dynamic_.tables()) {
         if (Overlaps(target, table)) return false;
     }

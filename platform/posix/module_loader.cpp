@@ -25,10 +25,12 @@ namespace Platform {
 namespace {
 
 // A name without extension gets ".dll"; a trailing dot says "no extension".
+// The name is native: its only separator is '/', which like '.' is never
+// the trail byte of a double-byte character.
 std::string WithDefaultExtension(std::string name)
 {
-    const char* fileName = FileNamePart(name.c_str());
-    if (std::strchr(fileName, '.') == nullptr) name += ".dll";
+    const size_t slash = name.rfind('/');
+    if (name.find('.', slash == std::string::npos ? 0 : slash + 1) == std::string::npos) name += ".dll";
     return name;
 }
 
@@ -37,11 +39,17 @@ std::string WithDefaultExtension(std::string name)
 // takes the long way too.
 bool IsAbsoluteNormal(const std::string& path)
 {
-    return path.size() > 1 && path[0] == '/' && path.back() != '/' && path.find("/.") == std::string::npos &&
-           path.find("//") == std::string::npos;
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') return false;
+    // One pass without an early exit, which the compiler takes many bytes
+    // at a time: a search per pattern restarts at every slash.
+    bool dotOrSlashAfterSlash = false;
+    for (size_t i = 1; i < path.size(); ++i) {
+        dotOrSlashAfterSlash |= path[i - 1] == '/' && (path[i] == '.' || path[i] == '/');
+    }
+    return !dotOrSlashAfterSlash;
 }
 
-std::string AbsoluteNormalPath(const std::string& path)
+std::string AbsoluteNormalPath(std::string path)
 {
     // Every load by path comes here; most paths are normal already.
     if (IsAbsoluteNormal(path)) return path;
@@ -201,12 +209,13 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
         return nullptr;
     }
     // Windows drops trailing blanks before anything else; finding a loaded
-    // module keeps them.
-    std::string given(path);
-    given.erase(given.find_last_not_of(' ') + 1);
-    const std::string name = WithDefaultExtension(ToNativePath(given.c_str()));
+    // module keeps them. (The native form changes no blank, so they go from
+    // it, without a copy of their own.)
+    std::string name = ToNativePath(path);
+    name.erase(name.find_last_not_of(' ') + 1);
+    name = WithDefaultExtension(std::move(name));
     if (name.find('/') != std::string::npos) {
-        const std::string file = AbsoluteNormalPath(name);
+        const std::string file = AbsoluteNormalPath(std::move(name));
         const bool held = IsHeldPath(file);
         const uint32_t reason = held ? kErrorSuccess : RegularFileOrReason(file);
         if (reason == kErrorSuccess) return OpenModuleFile(file, held, failure);

@@ -17,34 +17,6 @@
 namespace Orvik {
 namespace Platform {
 
-namespace {
-
-// The file read where each piece lies: the record takes a few small reads,
-// and nothing is allocated for them.
-class DirectElfImage final : public ElfImage {
-public:
-    DirectElfImage(int descriptor, uint64_t size) : ElfImage(size), descriptor_(descriptor) {}
-
-private:
-    bool ReadInside(uint64_t offset, void* out, uint64_t count) const override
-    {
-        auto* bytes = static_cast<unsigned char*>(out);
-        while (count > 0) {
-            const ssize_t got = pread(descriptor_, bytes, static_cast<size_t>(count), static_cast<off_t>(offset));
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) return false;
-            bytes += got;
-            offset += static_cast<uint64_t>(got);
-            count -= static_cast<uint64_t>(got);
-        }
-        return true;
-    }
-
-    int descriptor_;
-};
-
-}  // namespace
-
 RecordState ReadNativeModuleRecord(const char* nativePath, ModuleRecord* record)
 {
     std::memset(record, 0, sizeof *record);
@@ -56,8 +28,17 @@ RecordState ReadNativeModuleRecord(const char* nativePath, ModuleRecord* record)
     unsigned char bytes[sizeof(ModuleRecord)];
     uint64_t size = 0;
     if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
-        search = ReadElfSection(DirectElfImage(descriptor, static_cast<uint64_t>(info.st_size)),
-                                ORVIK_MODULE_RECORD_SECTION, bytes, sizeof bytes, &size);
+        // Read in blocks, each once: the search reads each section's header
+        // and name, and a read of its own for each would cost a call of the
+        // system apiece. The blocks take memory; without it the caller
+        // hears of that, and the file is closed all the same.
+        try {
+            search = ReadElfSection(FileElfImage(descriptor, static_cast<uint64_t>(info.st_size)),
+                                    ORVIK_MODULE_RECORD_SECTION, bytes, sizeof bytes, &size);
+        } catch (const std::bad_alloc&) {
+            close(descriptor);
+            throw;
+        }
     }
     close(descriptor);
     switch (search) {

@@ -1,6 +1,7 @@
 #include "platform/posix/module_table.h"
 
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -24,7 +25,9 @@ struct ModuleTable {
     // Never held while the loader runs a module's initialisation or
     // finalisation, which may load or free modules in turn.
     std::mutex lock;
-    std::unordered_map<ModuleHandle, HeldModule> modules;
+    // Ordered: a handful of comparisons beat the division that places a
+    // hashed key, and every export lookup of a request asks here.
+    std::map<ModuleHandle, HeldModule> modules;
     // The first path of each held module.
     std::unordered_map<std::string, ModuleHandle> paths;
 };
@@ -37,22 +40,26 @@ ModuleTable& Table()
 
 }  // namespace
 
-void AddModuleReference(ModuleHandle module, std::string path)
+void AddModuleReference(ModuleHandle module, const std::string& path)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
-    auto inserted = table.modules.try_emplace(module, HeldModule{std::move(path), 0, {}});
+    // A module loaded again, the usual case, only counts: its path is copied
+    // the first time alone.
+    const auto held = table.modules.find(module);
+    if (held != table.modules.end()) {
+        ++held->second.references;
+        return;
+    }
+    const auto inserted = table.modules.emplace(module, HeldModule{path, 1, {}}).first;
     // A module is recorded with both entries or not at all (the caller then
     // gives the loader's reference back).
-    if (inserted.second) {
-        try {
-            table.paths.emplace(inserted.first->second.path, module);
-        } catch (const std::bad_alloc&) {
-            table.modules.erase(inserted.first);
-            throw;
-        }
+    try {
+        table.paths.emplace(inserted->second.path, module);
+    } catch (const std::bad_alloc&) {
+        table.modules.erase(inserted);
+        throw;
     }
-    ++inserted.first->second.references;
 }
 
 bool DropModuleReference(ModuleHandle module)
@@ -93,8 +100,10 @@ bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
     std::lock_guard<std::mutex> guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
+    // The names a module is asked for nearly all differ in length.
+    const size_t length = std::strlen(name);
     for (const auto& known : held->second.exports) {
-        if (std::strcmp(known.first.c_str(), name) == 0) {
+        if (known.first.size() == length && std::memcmp(known.first.data(), name, length) == 0) {
             *symbol = known.second;
             break;
         }

@@ -15,7 +15,7 @@ namespace Platform {
 // Records one more reference to a module the loader has just opened from
 // `path`. A module opened again under another name keeps its first name.
 // May throw std::bad_alloc, leaving the table as it was.
-void AddModuleReference(ModuleHandle module, std::string path);
+void AddModuleReference(ModuleHandle module, const std::string& path);
 // Takes one reference away; false when the table holds none to the module.
 // The caller then closes the module once with the loader.
 bool DropModuleReference(ModuleHandle module);

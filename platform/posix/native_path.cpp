@@ -29,10 +29,14 @@ std::string ToNativePath(const char* path)
     if (path == nullptr) return std::string();
     if (std::isalpha(static_cast<unsigned char>(path[0])) && path[1] == ':') path += 2;
     std::string native(path);
-    if (IsSevenBit(native.data(), native.size())) {
-        std::replace(native.begin(), native.end(), '\\', '/');
-        return native;
+    // Seven-bit text, nearly every path, is turned in the same pass that
+    // finds it is.
+    unsigned char any = 0;
+    for (char& c : native) {
+        any |= static_cast<unsigned char>(c);
+        c = c == '\\' ? '/' : c;
     }
+    if (any < 0x80) return native;
     native.clear();
     // The trail byte of a double-byte character may be 0x5C; it stays.
     for (const char* p = path; *p != '\0'; ++p) {

@@ -45,6 +45,15 @@ public:
     }
 
 private:
+    // One handle per reference, in load order.
+    static std::list<Platform::ModuleHandle> Handles(const std::list<ListedModule>& listed)
+    {
+        std::list<Platform::ModuleHandle> handles;
+        for (const ListedModule& entry : listed) {
+            handles.insert(handles.end(), 1 + entry.moreReferences, entry.reference.get());
+        }
+        return handles;
+    }
     static std::list<Platform::ModuleHandle> Handles(const std::list<Platform::UniqueModule>& owners)
     {
         std::list<Platform::ModuleHandle> handles;

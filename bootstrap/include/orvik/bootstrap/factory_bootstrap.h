@@ -4,6 +4,8 @@
 /// the factory module it was given, or that is already loaded, or that its
 /// profile names.
 
+#include <atomic>
+
 #include "orvik/module/component.h"
 #include "orvik/module/component_factory.h"
 #include "orvik/platform/module_loader.h"
@@ -18,8 +20,15 @@ enum class FactoryModuleSource {
     LoadedModule,
 };
 
-/// The module's factory; null until LoadFactory succeeds, then kept.
-IOrvikComponentFactory* ModuleFactory();
+namespace Detail {
+/// The module-wide factory pointer behind ModuleFactory(). Two threads may
+/// load at once; both obtain the same singleton factory.
+extern std::atomic<IOrvikComponentFactory*> g_moduleFactory;
+}  // namespace Detail
+
+/// The module's factory; null until LoadFactory succeeds, then kept. Read
+/// inline: every request and every release of a smart pointer asks it.
+inline IOrvikComponentFactory* ModuleFactory() { return Detail::g_moduleFactory.load(std::memory_order_acquire); }
 /// Drops the module's factory pointer when it names this factory. The factory
 /// module calls it as its factory ends, so that its own timer and requests
 /// never reach a destroyed factory but obtain the next one.

@@ -5,10 +5,17 @@
 /// and copy nothing: every text the path has held stays valid until the
 /// module ends, and the current one is published atomically.
 
+#include <atomic>
+
 namespace Orvik {
 
+namespace Detail {
+/// The current registry path behind RegistryPath(); never null.
+extern std::atomic<const char*> g_registryPath;
+}  // namespace Detail
+
 /// The current registry path; valid for the module's life.
-const char* RegistryPath();
+inline const char* RegistryPath() { return Detail::g_registryPath.load(std::memory_order_acquire); }
 /// Makes path (null or too long: empty) the registry path. Callers hold the
 /// module lock, so writers never race each other.
 void StoreRegistryPath(const char* path);
