@@ -13,6 +13,7 @@
 
 #include "platform/posix/error_numbers.h"
 #include "platform/posix/thread_slot.h"
+#include "platform/timer_firing.h"
 
 namespace Orvik {
 namespace Platform {
@@ -29,13 +30,7 @@ struct Timer {
     TimerProc proc;
 };
 
-// A procedure being called: a record on the stack of the thread that calls
-// it, linked into the state meanwhile, so that a tick costs no allocation.
-struct Firing {
-    std::thread::id thread;
-    TimerId id;
-    Firing* next;
-};
+using Firing = TimerFiring<std::thread::id>;
 
 struct TimerState {
     std::mutex mutex;
@@ -77,32 +72,6 @@ bool ReapAtThreadEnd()
     static char marker;
     return reaper.Get() != nullptr || reaper.Set(&marker);
 }
-
-// Links the record of a call for its duration; made and ended under the
-// state's lock, which the call itself runs without.
-class FiringScope {
-public:
-    FiringScope(TimerState& state, std::unique_lock<std::mutex>& lock, TimerId id)
-        : state_(state), lock_(lock), record_{std::this_thread::get_id(), id, state.firing}
-    {
-        state_.firing = &record_;
-    }
-    ~FiringScope()
-    {
-        if (!lock_.owns_lock()) lock_.lock();
-        Firing** link = &state_.firing;
-        while (*link != &record_) link = &(*link)->next;
-        *link = record_.next;
-        state_.changed.notify_all();
-    }
-    FiringScope(const FiringScope&) = delete;
-    FiringScope& operator=(const FiringScope&) = delete;
-
-private:
-    TimerState& state_;
-    std::unique_lock<std::mutex>& lock_;
-    Firing record_;
-};
 
 // Another thread is calling the timer's procedure.
 bool FiringElsewhere(const TimerState& state, TimerId id)
@@ -170,7 +139,7 @@ void DispatchMessagesFor(uint32_t milliseconds)
             const TimerId id = timer->first;
             const TimerProc proc = timer->second.proc;
             timer->second.due = now + timer->second.interval;
-            const FiringScope firing(state, lock, id);
+            const FiringScope<TimerState, std::thread::id> firing(state, lock, std::this_thread::get_id(), id);
             lock.unlock();
             proc(nullptr, kTimerMessage, id, TickCount());
             continue;

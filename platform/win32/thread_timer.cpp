@@ -12,6 +12,8 @@
 #include <mutex>
 #include <new>
 
+#include "platform/timer_firing.h"
+
 namespace Orvik {
 namespace Platform {
 
@@ -25,13 +27,7 @@ struct Timer {
     bool stopped;
 };
 
-// A procedure being called: a record on the stack of the owner thread,
-// linked into the state meanwhile, so that a tick costs no allocation.
-struct Firing {
-    DWORD thread;
-    TimerId id;
-    Firing* next;
-};
+using Firing = TimerFiring<DWORD>;
 
 struct TimerState {
     std::mutex mutex;
@@ -48,32 +44,6 @@ TimerState& State()
     static TimerState* const state = new (storage) TimerState;
     return *state;
 }
-
-// Links the record of a call for its duration; made and ended under the
-// state's lock, which the call itself runs without.
-class FiringScope {
-public:
-    FiringScope(TimerState& state, std::unique_lock<std::mutex>& lock, TimerId id)
-        : state_(state), lock_(lock), record_{GetCurrentThreadId(), id, state.firing}
-    {
-        state_.firing = &record_;
-    }
-    ~FiringScope()
-    {
-        if (!lock_.owns_lock()) lock_.lock();
-        Firing** link = &state_.firing;
-        while (*link != &record_) link = &(*link)->next;
-        *link = record_.next;
-        state_.changed.notify_all();
-    }
-    FiringScope(const FiringScope&) = delete;
-    FiringScope& operator=(const FiringScope&) = delete;
-
-private:
-    TimerState& state_;
-    std::unique_lock<std::mutex>& lock_;
-    Firing record_;
-};
 
 // The thread is calling the timer's procedure.
 bool IsFiring(const TimerState& state, DWORD thread, TimerId id)
@@ -103,7 +73,7 @@ void CALLBACK Tick(HWND window, UINT message, UINT_PTR id, DWORD time)
         return;
     }
     const TimerProc proc = timer->second.proc;
-    const FiringScope firing(state, lock, id);
+    const FiringScope<TimerState, DWORD> firing(state, lock, GetCurrentThreadId(), id);
     lock.unlock();
     proc(window, message, id, time);
 }
