@@ -22,7 +22,8 @@ struct SizedTable {
 };
 
 // The loader takes a table's size and entry size on trust once the table
-// is there: both must be given, the entry size as this machine's.
+// is there, and a size alone for a table: the three come together, the
+// entry size as this machine's.
 constexpr SizedTable kSizedTables[] = {
     {DT_RELA, DT_RELASZ, DT_RELAENT, sizeof(ElfW(Rela))},
     {DT_REL, DT_RELSZ, DT_RELENT, sizeof(ElfW(Rel))},
@@ -110,8 +111,9 @@ bool ElfDynamic::ReadEntries()
 bool ElfDynamic::CheckEntrySizes() const
 {
     for (const SizedTable& table : kSizedTables) {
-        if (!Has(table.address)) continue;
-        if (!Has(table.size) || (table.entrySizeTag != 0 && Value(table.entrySizeTag) != table.entrySize)) {
+        if (!Has(table.address) && !Has(table.size)) continue;
+        if (!Has(table.address) || !Has(table.size) ||
+            (table.entrySizeTag != 0 && Value(table.entrySizeTag) != table.entrySize)) {
             return false;
         }
     }
@@ -255,8 +257,9 @@ bool ElfDynamic::ReadVersionRecords()
     versionDefined_.assign(2, true);
     if (Has(DT_VERNEED) && !ReadNeededVersions()) return false;
     if (Has(DT_VERDEF) && !ReadDefinedVersions()) return false;
-    // Without any record the loader keeps no table to look indexes up in.
-    return !Has(DT_VERSYM) || versionDefined_.size() > 2;
+    // Without any record the loader keeps no table to look indexes up in;
+    // with records it takes the symbols' version table as given.
+    return Has(DT_VERSYM) == (versionDefined_.size() > 2);
 }
 
 void ElfDynamic::MarkDefined(uint32_t index)

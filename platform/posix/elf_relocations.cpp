@@ -57,10 +57,12 @@ Effect EffectOf(uint32_t type)
     }
 }
 constexpr uint32_t kRelativeType = R_X86_64_RELATIVE;
+constexpr bool kRelativeTypeKnown = true;
 #else
 // Elsewhere every type is taken to write a symbol's address.
 Effect EffectOf(uint32_t) { return {Kind::Address, kWord}; }
 constexpr uint32_t kRelativeType = 0;
+constexpr bool kRelativeTypeKnown = false;
 #endif
 
 bool Overlaps(AddressRange a, AddressRange b)
@@ -147,8 +149,9 @@ bool RelocationCheck::Run()
     const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
     // In the loader's order: the packed relative ones first.
     if (!ApplyPackedTable()) return false;
-    if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) || !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
-        return Refuse("a relocation table outside the file");
+    if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
+        !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
+        return false;
     }
     uint64_t symbolCount = 0;
     for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
@@ -231,14 +234,17 @@ bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64
 {
     std::vector<Entry> entries;
     if (!dynamic_.Has(addressTag)) return true;
-    if (!ReadTable(addressTag, sizeTag, &entries)) return false;
+    if (!ReadTable(addressTag, sizeTag, &entries)) return Refuse("a relocation table outside the file");
     // The loader applies the first entries of the count it is given as
-    // relative ones, whatever their type says.
+    // relative ones, and stops the process on one of another type.
     const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
     relocations_.reserve(relocations_.size() + entries.size());
     for (uint64_t i = 0; i < entries.size(); ++i) {
         const Entry& entry = entries[i];
         const bool relative = i < relativeCount;
+        if (relative && kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
+            return Refuse("a relocation counted as relative is of another type");
+        }
         uint64_t addend = 0;
         if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
             addend = static_cast<uint64_t>(entry.r_addend);

@@ -199,9 +199,15 @@ public:
     static constexpr uint32_t kDynamic = 2;
     static constexpr uint32_t kExecutable = 1;
     static constexpr int64_t kRelocations = 7;
+    static constexpr int64_t kRelocationTableSize = 8;
     static constexpr int64_t kRelocationEntrySize = 9;
     static constexpr int64_t kStringTableSize = 10;
     static constexpr int64_t kGnuHash = 0x6ffffef5;
+    static constexpr int64_t kPltRelocations = 23;
+    static constexpr int64_t kRelativeCount = 0x6ffffff9;
+    static constexpr int64_t kVersionTable = 0x6ffffff0;
+    // A tag no loader knows: an entry given it is no longer there.
+    static constexpr int64_t kUnknownTag = 0x66;
 
 private:
     // Throws when the file is shorter: the test then fails.
@@ -285,6 +291,15 @@ TEST_F(DamagedModules, TablesTheLoaderFollowsMustHoldTogether)
     ElfBytes entrySize = module_;
     entrySize.Set<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationEntrySize), 16);
     EXPECT_EQ(Refusal(entrySize.bytes()), "a dynamic table missing or of a wrong entry size");
+
+    // The loader follows a table's size, or the version records, to a
+    // table that is not there.
+    ElfBytes sizeAlone = module_;
+    sizeAlone.Set<int64_t>(module_.DynamicValue(ElfBytes::kPltRelocations) - 8, ElfBytes::kUnknownTag);
+    EXPECT_EQ(Refusal(sizeAlone.bytes()), "a dynamic table missing or of a wrong entry size");
+    ElfBytes noVersionTable = module_;
+    noVersionTable.Set<int64_t>(module_.DynamicValue(ElfBytes::kVersionTable) - 8, ElfBytes::kUnknownTag);
+    EXPECT_EQ(Refusal(noVersionTable.bytes()), "symbol version records damaged");
 }
 
 TEST_F(DamagedModules, RelocationsMustWriteInsideTheModule)
@@ -300,6 +315,15 @@ TEST_F(DamagedModules, RelocationsMustWriteInsideTheModule)
     overTables.Set<uint64_t>(firstRelocation,
                              module_.Get<uint64_t>(module_.ProgramHeader(ElfBytes::kDynamic) + ElfBytes::kAddress));
     EXPECT_EQ(Refusal(overTables.bytes()), "a relocation writes over a table the loader reads");
+
+    // The loader stops the process on an entry it was told is relative and
+    // is not: all entries counted relative.
+    const size_t relativeCount = module_.DynamicValue(ElfBytes::kRelativeCount);
+    ASSERT_NE(relativeCount, 0u);
+    const uint64_t entries = module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationTableSize)) / 24;
+    ElfBytes counted = module_;
+    counted.Set<uint64_t>(relativeCount, entries);
+    EXPECT_EQ(Refusal(counted.bytes()), "a relocation counted as relative is of another type");
 }
 
 TEST_F(DamagedModules, WhatTheLoaderRefusesItselfGetsItsOwnWords)
