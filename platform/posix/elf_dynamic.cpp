@@ -22,7 +22,8 @@ struct SizedTable {
 };
 
 // The loader takes a table's size and entry size on trust once the table
-// is there: both must be given, the entry size as this machine's.
+// is there, and a size alone for a table: the three come together, the
+// entry size as this machine's.
 constexpr SizedTable kSizedTables[] = {
     {DT_RELA, DT_RELASZ, DT_RELAENT, sizeof(ElfW(Rela))},
     {DT_REL, DT_RELSZ, DT_RELENT, sizeof(ElfW(Rel))},
@@ -70,10 +71,13 @@ bool ElfDynamic::Read(const ElfImage& image, const ElfLayout& layout)
     needed_.clear();
     symbols_.clear();
     tables_.clear();
+    refusal_ = nullptr;
     uint64_t hashed = 0;
-    if (!ReadEntries() || !CheckEntrySizes() || !ReadStrings() || !ReadVersionRecords() || !CountSymbols(&hashed)) {
-        return false;
-    }
+    if (!ReadEntries()) return Refuse("dynamic section without its end");
+    if (!CheckEntrySizes()) return Refuse("a dynamic table missing or of a wrong entry size");
+    if (!ReadStrings()) return Refuse("string table outside the file, or a name outside it");
+    if (!ReadVersionRecords()) return Refuse("symbol version records damaged");
+    if (!CountSymbols(&hashed)) return Refuse("hash table outside the file or damaged");
     symbolTable_ = tables_.size();
     tables_.push_back({static_cast<ElfAddress>(Value(DT_SYMTAB)), 0});
     versionTable_ = tables_.size();
@@ -102,16 +106,18 @@ bool ElfDynamic::ReadEntries()
     return true;
 }
 
+// The loader stops the process on a relocation table of another entry
+// size, and this check reads the tables it needs to follow the rest.
 bool ElfDynamic::CheckEntrySizes() const
 {
     for (const SizedTable& table : kSizedTables) {
-        if (!Has(table.address)) continue;
-        if (!Has(table.size) || (table.entrySizeTag != 0 && Value(table.entrySizeTag) != table.entrySize)) {
+        if (!Has(table.address) && !Has(table.size)) continue;
+        if (!Has(table.address) || !Has(table.size) ||
+            (table.entrySizeTag != 0 && Value(table.entrySizeTag) != table.entrySize)) {
             return false;
         }
     }
     if (Has(DT_PLTREL) && Value(DT_PLTREL) != static_cast<uint64_t>(kPltRelocationKind)) return false;
-    if (Has(DT_SYMENT) && Value(DT_SYMENT) != sizeof(ElfW(Sym))) return false;
     return Has(DT_STRTAB) && Has(DT_STRSZ) && Has(DT_SYMTAB) && (Has(DT_GNU_HASH) || Has(DT_HASH));
 }
 
@@ -210,18 +216,22 @@ bool ElfDynamic::ExtendSymbols(uint64_t count)
     const uint64_t first = symbols_.size();
     if (count <= first) return true;
     std::vector<ElfW(Sym)> added;
-    if (!ReadTable(Value(DT_SYMTAB) + first * sizeof(ElfW(Sym)), count - first, &added)) return false;
+    if (!ReadTable(Value(DT_SYMTAB) + first * sizeof(ElfW(Sym)), count - first, &added)) {
+        return Refuse("symbol table outside the file");
+    }
     if (!std::all_of(added.begin(), added.end(), [this](const ElfW(Sym)& symbol) { return CheckSymbol(symbol); })) {
-        return false;
+        return Refuse("a symbol's name outside the string table, or its resolver outside the code");
     }
     if (Has(DT_VERSYM)) {
         std::vector<ElfW(Half)> versions;
-        if (!ReadTable(Value(DT_VERSYM) + first * sizeof(ElfW(Half)), count - first, &versions)) return false;
+        if (!ReadTable(Value(DT_VERSYM) + first * sizeof(ElfW(Half)), count - first, &versions)) {
+            return Refuse("symbol version table outside the file");
+        }
         const bool known = std::all_of(versions.begin(), versions.end(), [this](ElfW(Half) version) {
             const uint32_t index = version & kVersionIndexMask;
             return index < versionDefined_.size() && versionDefined_[index];
         });
-        if (!known) return false;
+        if (!known) return Refuse("a symbol's version has no record");
         tables_[versionTable_].size = count * sizeof(ElfW(Half));
     }
     symbols_.insert(symbols_.end(), added.begin(), added.end());
@@ -229,14 +239,14 @@ bool ElfDynamic::ExtendSymbols(uint64_t count)
     return true;
 }
 
+// The loader reads every symbol's name while it binds; it only adds the
+// module's address to other values, except that an indirect function's
+// resolver runs while the module loads.
 bool ElfDynamic::CheckSymbol(const ElfW(Sym)& symbol) const
 {
     if (symbol.st_name >= strings_.size()) return false;
     if (symbol.st_shndx == SHN_UNDEF || symbol.st_shndx == SHN_ABS) return true;
-    const unsigned type = SymbolType(symbol.st_info);
-    // An indirect function's resolver runs while the module loads.
-    if (type == STT_GNU_IFUNC) return layout_->InMemory({symbol.st_value, 1}, PF_X);
-    return type == STT_TLS || layout_->InMemory({symbol.st_value, 0}, 0);
+    return SymbolType(symbol.st_info) != STT_GNU_IFUNC || layout_->InMemory({symbol.st_value, 1}, PF_X);
 }
 
 bool ElfDynamic::ReadVersionRecords()
@@ -247,8 +257,9 @@ bool ElfDynamic::ReadVersionRecords()
     versionDefined_.assign(2, true);
     if (Has(DT_VERNEED) && !ReadNeededVersions()) return false;
     if (Has(DT_VERDEF) && !ReadDefinedVersions()) return false;
-    // Without any record the loader keeps no table to look indexes up in.
-    return !Has(DT_VERSYM) || versionDefined_.size() > 2;
+    // Without any record the loader keeps no table to look indexes up in;
+    // with records it takes the symbols' version table as given.
+    return Has(DT_VERSYM) == (versionDefined_.size() > 2);
 }
 
 void ElfDynamic::MarkDefined(uint32_t index)
@@ -261,14 +272,15 @@ void ElfDynamic::MarkDefined(uint32_t index)
 bool ElfDynamic::ReadNeededVersions()
 {
     // Each record names a needed module, which the loader insists on
-    // finding among the module's dependencies. Records and their entries
-    // follow one another: each link must lead forward past its record.
+    // finding among the module's dependencies (a record of another version
+    // it refuses itself). Records and their entries follow one another:
+    // each link must lead forward past its record.
     std::vector<std::string> neededNames;
     for (uint64_t offset : needed_) neededNames.push_back(String(offset));
     uint64_t address = Value(DT_VERNEED);
     for (;;) {
         ElfW(Verneed) need;
-        if (!ReadAt(address, &need) || need.vn_version != 1 || need.vn_file >= strings_.size()) return false;
+        if (!ReadAt(address, &need) || need.vn_file >= strings_.size()) return false;
         if (std::find(neededNames.begin(), neededNames.end(), String(need.vn_file)) == neededNames.end()) return false;
         uint64_t auxAddress = address + need.vn_aux;
         for (;;) {

@@ -24,6 +24,9 @@ constexpr bool kRelocationsHaveAddends = sizeof(ElfAddress) == 8;
 class ElfDynamic {
 public:
     bool Read(const ElfImage& image, const ElfLayout& layout);
+    // Why Read or ExtendSymbols refused the file: a fixed text, null after a
+    // pass.
+    const char* refusal() const { return refusal_; }
 
     bool Has(int64_t tag) const { return values_.count(tag) != 0; }
     // The value of tag's last entry, which is the one the loader keeps; 0
@@ -55,6 +58,11 @@ private:
     bool ReadNeededVersions();
     bool ReadDefinedVersions();
     void MarkDefined(uint32_t index);
+    bool Refuse(const char* reason)
+    {
+        refusal_ = reason;
+        return false;
+    }
 
     // count objects at address, in the file part of one segment.
     template <class T>
@@ -74,6 +82,7 @@ private:
     // Where tables_ holds the symbol table and the version table.
     size_t symbolTable_ = 0;
     size_t versionTable_ = 0;
+    const char* refusal_ = nullptr;
 };
 
 }  // namespace Platform

@@ -36,6 +36,8 @@ public:
     // Reads and checks the headers; false when the file is no shared object
     // of this process's kind or its segments do not fit the file.
     bool Read(const ElfImage& image);
+    // Why Read refused the file: a fixed text, null after a pass.
+    const char* refusal() const { return refusal_; }
 
     // The file offset of range when it lies in the part of one segment that
     // the file fills.
@@ -48,13 +50,19 @@ public:
     AddressRange dynamic() const { return dynamic_; }
 
 private:
-    bool ReadHeader(const ElfImage& image, ElfW(Ehdr)* header) const;
+    bool ReadHeader(const ElfImage& image, ElfW(Ehdr)* header);
     bool ReadLoadSegments(const std::vector<ElfW(Phdr)>& headers);
     bool CheckOtherSegment(const ElfW(Phdr)& header, const ElfW(Ehdr)& file);
+    bool Refuse(const char* reason)
+    {
+        refusal_ = reason;
+        return false;
+    }
 
     // The loadable segments in ascending order, none sharing a page.
     std::vector<ElfW(Phdr)> loads_;
     AddressRange dynamic_{};
+    const char* refusal_ = nullptr;
 };
 
 }  // namespace Platform

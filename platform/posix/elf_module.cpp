@@ -6,10 +6,20 @@
 namespace Orvik {
 namespace Platform {
 
-bool ReadModuleImage(const ElfImage& image, ElfDynamic* dynamic)
+bool ReadModuleImage(const ElfImage& image, ElfDynamic* dynamic, const char** refusal)
 {
+    const char* reason = nullptr;
     ElfLayout layout;
-    return layout.Read(image) && dynamic->Read(image, layout) && CheckRelocations(image, layout, *dynamic);
+    bool loadable = false;
+    if (!layout.Read(image)) {
+        reason = layout.refusal();
+    } else if (!dynamic->Read(image, layout)) {
+        reason = dynamic->refusal();
+    } else {
+        loadable = CheckRelocations(image, layout, *dynamic, &reason);
+    }
+    if (refusal != nullptr) *refusal = loadable ? nullptr : reason;
+    return loadable;
 }
 
 }  // namespace Platform

@@ -9,8 +9,9 @@ namespace Orvik {
 namespace Platform {
 
 // Whether the loader can map the image and apply its tables without
-// leaving them; dynamic holds what the image's dynamic section says.
-bool ReadModuleImage(const ElfImage& image, ElfDynamic* dynamic);
+// leaving them; dynamic holds what the image's dynamic section says. When
+// not, refusal (if given) receives a fixed text saying why.
+bool ReadModuleImage(const ElfImage& image, ElfDynamic* dynamic, const char** refusal = nullptr);
 
 inline bool IsLoadableModuleImage(const ElfImage& image)
 {

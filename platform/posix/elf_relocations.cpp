@@ -57,10 +57,12 @@ Effect EffectOf(uint32_t type)
     }
 }
 constexpr uint32_t kRelativeType = R_X86_64_RELATIVE;
+constexpr bool kRelativeTypeKnown = true;
 #else
 // Elsewhere every type is taken to write a symbol's address.
 Effect EffectOf(uint32_t) { return {Kind::Address, kWord}; }
 constexpr uint32_t kRelativeType = 0;
+constexpr bool kRelativeTypeKnown = false;
 #endif
 
 bool Overlaps(AddressRange a, AddressRange b)
@@ -96,6 +98,7 @@ public:
     }
 
     bool Run();
+    const char* refusal() const { return refusal_; }
 
 private:
     bool ReadCallSlots(int64_t arrayTag, int64_t sizeTag);
@@ -105,13 +108,18 @@ private:
     template <class Entry>
     bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag);
     bool Apply(const Relocation& relocation);
-    bool CheckTarget(AddressRange target) const;
+    bool CheckTarget(AddressRange target);
     void NoteCallSlots(AddressRange written, bool code);
     bool IsCode(uint64_t address) const
     {
         return address <= ~ElfAddress{0} && layout_.InMemory({static_cast<ElfAddress>(address), 1}, PF_X);
     }
     uint64_t FileWord(uint64_t address) const;
+    bool Refuse(const char* reason)
+    {
+        refusal_ = reason;
+        return false;
+    }
 
     const ElfImage& image_;
     const ElfLayout& layout_;
@@ -122,31 +130,39 @@ private:
     std::vector<CallSlots> callSlots_;
     // Those of the table, then those of the procedure linkage table's.
     std::vector<Relocation> relocations_;
+    const char* refusal_ = nullptr;
 };
 
 bool RelocationCheck::Run()
 {
     for (int64_t function : {DT_INIT, DT_FINI}) {
-        if (dynamic_.Has(function) && !IsCode(dynamic_.Value(function))) return false;
+        if (dynamic_.Has(function) && !IsCode(dynamic_.Value(function))) {
+            return Refuse("an initialiser or finaliser outside the module's code");
+        }
     }
-    if (!ReadCallSlots(DT_INIT_ARRAY, DT_INIT_ARRAYSZ) || !ReadCallSlots(DT_FINI_ARRAY, DT_FINI_ARRAYSZ)) return false;
+    if (!ReadCallSlots(DT_INIT_ARRAY, DT_INIT_ARRAYSZ) || !ReadCallSlots(DT_FINI_ARRAY, DT_FINI_ARRAYSZ)) {
+        return Refuse("an initialiser or finaliser array outside the module");
+    }
     using Entry = std::conditional_t<kRelocationsHaveAddends, ElfW(Rela), ElfW(Rel)>;
     const int64_t table = kRelocationsHaveAddends ? DT_RELA : DT_REL;
     const int64_t tableSize = kRelocationsHaveAddends ? DT_RELASZ : DT_RELSZ;
     const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
     // In the loader's order: the packed relative ones first.
-    if (!ApplyPackedTable() || !ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
+    if (!ApplyPackedTable()) return false;
+    if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
         !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
         return false;
     }
     uint64_t symbolCount = 0;
     for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
-    if (!dynamic_.ExtendSymbols(symbolCount)) return false;
+    if (!dynamic_.ExtendSymbols(symbolCount)) return Refuse(dynamic_.refusal());
     for (const Relocation& relocation : relocations_) {
         if (!Apply(relocation)) return false;
     }
     for (const CallSlots& slots : callSlots_) {
-        if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) return false;
+        if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) {
+            return Refuse("an initialiser or finaliser slot that does not hold module code");
+        }
     }
     return true;
 }
@@ -189,7 +205,7 @@ bool RelocationCheck::ApplyPackedTable()
 {
     std::vector<ElfW(Relr)> entries;
     if (!dynamic_.Has(DT_RELR)) return true;
-    if (!ReadTable(DT_RELR, DT_RELRSZ, &entries)) return false;
+    if (!ReadTable(DT_RELR, DT_RELRSZ, &entries)) return Refuse("a relocation table outside the file");
     // An even entry is an address to relocate; an odd one a bitmap of the
     // words that follow it, which needs an address before it.
     const Effect relative{Kind::Relative, kWord};
@@ -203,7 +219,7 @@ bool RelocationCheck::ApplyPackedTable()
             where += kWord;
             continue;
         }
-        if (!started) return false;
+        if (!started) return Refuse("packed relocations without a first address");
         for (uint64_t bit = 0; (entry >>= 1) != 0; ++bit) {
             const uint64_t target = where + bit * kWord;
             if ((entry & 1) != 0 && !Apply({target, relative, 0, FileWord(target)})) return false;
@@ -218,14 +234,17 @@ bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64
 {
     std::vector<Entry> entries;
     if (!dynamic_.Has(addressTag)) return true;
-    if (!ReadTable(addressTag, sizeTag, &entries)) return false;
+    if (!ReadTable(addressTag, sizeTag, &entries)) return Refuse("a relocation table outside the file");
     // The loader applies the first entries of the count it is given as
-    // relative ones, whatever their type says.
+    // relative ones, and stops the process on one of another type.
     const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
     relocations_.reserve(relocations_.size() + entries.size());
     for (uint64_t i = 0; i < entries.size(); ++i) {
         const Entry& entry = entries[i];
         const bool relative = i < relativeCount;
+        if (relative && kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
+            return Refuse("a relocation counted as relative is of another type");
+        }
         uint64_t addend = 0;
         if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
             addend = static_cast<uint64_t>(entry.r_addend);
@@ -241,7 +260,8 @@ bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64
 bool RelocationCheck::Apply(const Relocation& relocation)
 {
     const Effect effect = relocation.effect;
-    if (effect.kind == Kind::Unknown || relocation.target > ~ElfAddress{0}) return false;
+    if (effect.kind == Kind::Unknown) return Refuse("a relocation of a type the loader would apply blindly");
+    if (relocation.target > ~ElfAddress{0}) return Refuse("a relocation writes outside its segment");
     const AddressRange written{static_cast<ElfAddress>(relocation.target), effect.width};
     if (!CheckTarget(written)) return false;
     bool code = false;
@@ -250,7 +270,7 @@ bool RelocationCheck::Apply(const Relocation& relocation)
         code = IsCode(relocation.addend);
         break;
     case Kind::Indirect:
-        if (!IsCode(relocation.addend)) return false;
+        if (!IsCode(relocation.addend)) return Refuse("an indirect function's resolver outside the module's code");
         code = true;  // whatever the resolver returns
         break;
     case Kind::Address: {
@@ -269,12 +289,12 @@ bool RelocationCheck::Apply(const Relocation& relocation)
     return true;
 }
 
-bool RelocationCheck::CheckTarget(AddressRange target) const
+bool RelocationCheck::CheckTarget(AddressRange target)
 {
     if (target.size == 0) return true;
-    if (!layout_.InMemory(target, targetFlags_)) return false;
+    if (!layout_.InMemory(target, targetFlags_)) return Refuse("a relocation writes outside its segment");
     for (const AddressRange& table : dynamic_.tables()) {
-        if (Overlaps(target, table)) return false;
+        if (Overlaps(target, table)) return Refuse("a relocation writes over a table the loader reads");
     }
     return true;
 }
@@ -297,9 +317,12 @@ void RelocationCheck::NoteCallSlots(AddressRange written, bool code)
 
 }  // namespace
 
-bool CheckRelocations(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic)
+bool CheckRelocations(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic, const char** refusal)
 {
-    return RelocationCheck(image, layout, dynamic).Run();
+    RelocationCheck check(image, layout, dynamic);
+    if (check.Run()) return true;
+    *refusal = check.refusal();
+    return false;
 }
 
 }  // namespace Platform

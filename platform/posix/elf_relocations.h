@@ -12,7 +12,9 @@ namespace Orvik {
 namespace Platform {
 
 // Takes in the symbols that relocations name beyond those dynamic holds.
-bool CheckRelocations(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic);
+// False, with a fixed text saying why in *refusal, when the loader would
+// write or call outside the module.
+bool CheckRelocations(const ElfImage& image, const ElfLayout& layout, ElfDynamic& dynamic, const char** refusal);
 
 }  // namespace Platform
 }  // namespace Orvik

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -29,22 +30,35 @@ namespace {
 // Deeper chains of modules found beside each other are not followed.
 constexpr int kMaxDependencyDepth = 16;
 
-uint32_t CheckOpenFile(int descriptor, ElfDynamic* dynamic)
+// Where a refused file and the reason go: written once, without allocating.
+struct Refusal {
+    char* text;
+    size_t size;
+
+    uint32_t Note(const std::string& path, const char* reason) const
+    {
+        if (size > 0) std::snprintf(text, size, "%s: %s", path.c_str(), reason);
+        return kErrorBadExeFormat;
+    }
+};
+
+uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
 {
     struct stat info;
     if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
-    if (!S_ISREG(info.st_mode)) return kErrorBadExeFormat;
+    if (!S_ISREG(info.st_mode)) return refusal.Note(path, "not a regular file");
     const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
-    if (ReadModuleImage(image, dynamic)) return kErrorSuccess;
-    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : kErrorBadExeFormat;
+    const char* reason = nullptr;
+    if (ReadModuleImage(image, dynamic, &reason)) return kErrorSuccess;
+    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : refusal.Note(path, reason);
 }
 
 // Opened without waiting, as a FIFO would; only a regular file is read.
-uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic)
+uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return ModuleErrorFromErrno(errno);
-    const uint32_t result = CheckOpenFile(descriptor, dynamic);
+    const uint32_t result = CheckOpenFile(descriptor, path, dynamic, refusal);
     close(descriptor);
     return result;
 }
@@ -122,17 +136,18 @@ std::string FindDependency(const std::string& name, const std::vector<std::strin
     return std::string();
 }
 
-uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked)
+uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
+                               const Refusal& refusal)
 {
     if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
     ElfDynamic dynamic;
-    const uint32_t result = CheckOneFile(path, &dynamic);
+    const uint32_t result = CheckOneFile(path, &dynamic, refusal);
     if (result != kErrorSuccess) return result;
     const std::vector<std::string> directories = SearchDirectories(dynamic, DirectoryOf(path));
     for (uint64_t offset : dynamic.needed()) {
         const std::string dependency = FindDependency(dynamic.String(offset), directories);
         if (dependency.empty()) continue;
-        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked);
+        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked, refusal);
         // A dependency the loader cannot open reads as missing, which the
         // loader itself reports.
         if (dependencyResult != kErrorSuccess && dependencyResult != kErrorModuleNotFound) return dependencyResult;
@@ -172,8 +187,9 @@ PassedFiles& Passed()
 
 }  // namespace
 
-uint32_t CheckModuleFile(const std::string& nativePath)
+uint32_t CheckModuleFile(const std::string& nativePath, char* refusal, size_t size)
 {
+    if (size > 0) refusal[0] = '\0';
     struct stat info;
     const bool known = stat(nativePath.c_str(), &info) == 0;
     PassedFiles& passed = Passed();
@@ -183,7 +199,7 @@ uint32_t CheckModuleFile(const std::string& nativePath)
         if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
     }
     std::set<std::string> checked;
-    uint32_t result = CheckWithDependencies(nativePath, 0, &checked);
+    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, Refusal{refusal, size});
     // A module built against another contract is refused before it runs.
     if (result == kErrorSuccess) result = RecordRefusal(nativePath.c_str());
     if (result == kErrorSuccess && known) {

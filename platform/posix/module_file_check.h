@@ -5,6 +5,7 @@
 // writing out of bounds. Windows refuses such files as not loadable (193);
 // this check refuses them before the loader sees them.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -13,8 +14,10 @@ namespace Platform {
 
 // kErrorSuccess when the module file and the dependencies the loader would
 // load with it from the module's own search paths pass the check; 193 when
-// one of them is no loadable module, 5 when one cannot be read.
-uint32_t CheckModuleFile(const std::string& nativePath);
+// one of them is no loadable module, 5 when one cannot be read. A file
+// refused for its contents is named in refusal with the reason
+// ("<file>: <reason>"); refusal stays empty for any other result.
+uint32_t CheckModuleFile(const std::string& nativePath, char* refusal, size_t size);
 
 }  // namespace Platform
 }  // namespace Orvik

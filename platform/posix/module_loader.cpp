@@ -71,8 +71,11 @@ uint32_t RegularFileOrReason(const std::string& path)
 
 // What the loader said when it refused a module.
 struct LoaderFailure {
-    const char* text = nullptr;  // dlerror(), valid until the next call of the loader
+    const char* text = nullptr;  // dlerror(), valid until the next call of the loader, or refusal
     int error = 0;               // errno as the loader left it
+    // Why the file check refused the module, when it did for the file's
+    // contents.
+    char refusal[kLoadFailureTextSize] = {};
 };
 
 // The loader ran out of memory: it leaves the error number, or says so in
@@ -133,8 +136,9 @@ ModuleHandle OpenModuleFile(const std::string& path, bool held, LoaderFailure* f
     // module held from that very path is handed out again by the loader
     // without reading the file: neither the file nor the list of loaded
     // objects is looked at.
-    const uint32_t refusal = held ? kErrorSuccess : CheckModuleFile(path);
+    const uint32_t refusal = held ? kErrorSuccess : CheckModuleFile(path, failure->refusal, sizeof failure->refusal);
     if (refusal != kErrorSuccess) {
+        if (failure->refusal[0] != '\0') failure->text = failure->refusal;
         SetLastErrorCode(refusal);
         return nullptr;
     }

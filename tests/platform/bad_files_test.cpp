@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "orvik/platform/file_system.h"
+#include "orvik/platform/load_failure.h"
 #include "orvik/platform/module_loader.h"
 #include "platform/profile.h"
 #include "tests/support/fifo_file.h"
@@ -53,6 +54,18 @@ uint32_t LoadError(const std::string& path)
     if (module == nullptr) return Platform::GetLastErrorCode();
     Platform::ReleaseModule(module);
     return Platform::kErrorSuccess;
+}
+
+// The text of the last failed load after the file's name: why a module
+// refused for its contents was refused.
+std::string ReasonAfter(const std::string& fileName)
+{
+    Platform::LoadFailure failure;
+    if (!Platform::GetLastLoadFailure(&failure)) return "(no failure recorded)";
+    const std::string text = failure.text;
+    const std::string named = "/" + fileName + ": ";
+    const size_t at = text.find(named);
+    return at == std::string::npos ? "(file not named) " + text : text.substr(at + named.size());
 }
 
 TEST(BadFiles, DirectoryReadsAsAMissingProfile)
@@ -149,6 +162,15 @@ public:
         }
         return found;
     }
+    // The file offset of the first executable loadable segment's header.
+    size_t CodeSegmentHeader() const
+    {
+        for (uint16_t i = 0; i < Get<uint16_t>(kProgramHeaderCount); ++i) {
+            const size_t header = Get<uint64_t>(kProgramHeaderOffset) + i * kProgramHeaderSize;
+            if (Get<uint32_t>(header) == kLoad && (Get<uint32_t>(header + kFlags) & kExecutable) != 0) return header;
+        }
+        return 0;
+    }
     // The file offset of the value of a dynamic entry.
     size_t DynamicValue(int64_t tag) const
     {
@@ -168,13 +190,24 @@ public:
     static constexpr size_t kProgramHeaderOffset = 0x20;
     static constexpr size_t kProgramHeaderCount = 0x38;
     static constexpr size_t kProgramHeaderSize = 56;
+    static constexpr size_t kFlags = 4;
     static constexpr size_t kFileOffset = 8;
+    static constexpr size_t kAddress = 16;
     static constexpr size_t kFileSize = 32;
     static constexpr size_t kMemorySize = 40;
     static constexpr uint32_t kLoad = 1;
     static constexpr uint32_t kDynamic = 2;
+    static constexpr uint32_t kExecutable = 1;
+    static constexpr int64_t kRelocations = 7;
+    static constexpr int64_t kRelocationTableSize = 8;
+    static constexpr int64_t kRelocationEntrySize = 9;
     static constexpr int64_t kStringTableSize = 10;
     static constexpr int64_t kGnuHash = 0x6ffffef5;
+    static constexpr int64_t kPltRelocations = 23;
+    static constexpr int64_t kRelativeCount = 0x6ffffff9;
+    static constexpr int64_t kVersionTable = 0x6ffffff0;
+    // A tag no loader knows: an entry given it is no longer there.
+    static constexpr int64_t kUnknownTag = 0x66;
 
 private:
     // Throws when the file is shorter: the test then fails.
@@ -200,6 +233,13 @@ protected:
         WriteBytes(scratch_.native() / name, image);
         return Orvik::LoadError(scratch_.Framework(name));
     }
+    // Loads the image, which must be refused as no module (193); the reason
+    // the failure gives for it.
+    std::string Refusal(const Bytes& image)
+    {
+        EXPECT_EQ(LoadError(image), Platform::kErrorBadExeFormat);
+        return ReasonAfter("damaged" + std::to_string(count_) + ".dll");
+    }
 
     ScratchDirectory scratch_{"damaged"};
     ElfBytes module_{ReadBytes(ProbePath("probe_a.dll"))};
@@ -215,17 +255,18 @@ TEST_F(DamagedModules, SegmentsMustLieInTheFile)
                                                    module_.Get<uint64_t>(lastLoad + ElfBytes::kFileSize));
     ASSERT_LT(segmentsEnd, module_.bytes().size());
     EXPECT_EQ(LoadError(module_.CutAt(segmentsEnd)), Platform::kErrorSuccess);
-    EXPECT_EQ(LoadError(module_.CutAt(segmentsEnd - 1)), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(module_.CutAt(segmentsEnd - 1)), "a segment reaches past the end of the file");
 
     ElfBytes longer = module_;
     const uint64_t beyond = module_.bytes().size() + 4096;
     longer.Set<uint64_t>(lastLoad + ElfBytes::kFileSize, beyond);
     longer.Set<uint64_t>(lastLoad + ElfBytes::kMemorySize, beyond);
-    EXPECT_EQ(LoadError(longer.bytes()), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(longer.bytes()), "a segment reaches past the end of the file");
 
     ElfBytes headersAway = module_;
     headersAway.Set<uint64_t>(ElfBytes::kProgramHeaderOffset, module_.bytes().size() - 8);
-    EXPECT_EQ(LoadError(headersAway.bytes()), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(headersAway.bytes()), "file cut short inside its program headers");
+    EXPECT_EQ(Refusal(module_.CutAt(40)), "file cut short inside its file header");
 }
 
 TEST_F(DamagedModules, TablesTheLoaderFollowsMustHoldTogether)
@@ -233,17 +274,70 @@ TEST_F(DamagedModules, TablesTheLoaderFollowsMustHoldTogether)
     // No terminating entry within the dynamic section.
     ElfBytes unterminated = module_;
     unterminated.Set<uint64_t>(module_.ProgramHeader(ElfBytes::kDynamic) + ElfBytes::kFileSize, 16);
-    EXPECT_EQ(LoadError(unterminated.bytes()), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(unterminated.bytes()), "dynamic section without its end");
 
     // A string table reaching past the end of the file.
     ElfBytes strings = module_;
     strings.Set<uint64_t>(module_.DynamicValue(ElfBytes::kStringTableSize), module_.bytes().size());
-    EXPECT_EQ(LoadError(strings.bytes()), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(strings.bytes()), "string table outside the file, or a name outside it");
 
     // A hash table without buckets, which the loader would divide by.
     ElfBytes hash = module_;
     hash.Set<uint32_t>(ElfBytes::AtAddress(module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kGnuHash))), 0);
-    EXPECT_EQ(LoadError(hash.bytes()), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(Refusal(hash.bytes()), "hash table outside the file or damaged");
+
+    // Relocation entries of another size, on which the loader stops the
+    // process.
+    ElfBytes entrySize = module_;
+    entrySize.Set<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationEntrySize), 16);
+    EXPECT_EQ(Refusal(entrySize.bytes()), "a dynamic table missing or of a wrong entry size");
+
+    // The loader follows a table's size, or the version records, to a
+    // table that is not there.
+    ElfBytes sizeAlone = module_;
+    sizeAlone.Set<int64_t>(module_.DynamicValue(ElfBytes::kPltRelocations) - 8, ElfBytes::kUnknownTag);
+    EXPECT_EQ(Refusal(sizeAlone.bytes()), "a dynamic table missing or of a wrong entry size");
+    ElfBytes noVersionTable = module_;
+    noVersionTable.Set<int64_t>(module_.DynamicValue(ElfBytes::kVersionTable) - 8, ElfBytes::kUnknownTag);
+    EXPECT_EQ(Refusal(noVersionTable.bytes()), "symbol version records damaged");
+}
+
+TEST_F(DamagedModules, RelocationsMustWriteInsideTheModule)
+{
+    const size_t firstRelocation =
+        ElfBytes::AtAddress(module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocations)));
+    ElfBytes far = module_;
+    far.Set<uint64_t>(firstRelocation, uint64_t{0x7fff00000000});
+    EXPECT_EQ(Refusal(far.bytes()), "a relocation writes outside its segment");
+
+    // Over the dynamic section, which the loader reads while it relocates.
+    ElfBytes overTables = module_;
+    overTables.Set<uint64_t>(firstRelocation,
+                             module_.Get<uint64_t>(module_.ProgramHeader(ElfBytes::kDynamic) + ElfBytes::kAddress));
+    EXPECT_EQ(Refusal(overTables.bytes()), "a relocation writes over a table the loader reads");
+
+    // The loader stops the process on an entry it was told is relative and
+    // is not: all entries counted relative.
+    const size_t relativeCount = module_.DynamicValue(ElfBytes::kRelativeCount);
+    ASSERT_NE(relativeCount, 0u);
+    const uint64_t entries = module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationTableSize)) / 24;
+    ElfBytes counted = module_;
+    counted.Set<uint64_t>(relativeCount, entries);
+    EXPECT_EQ(Refusal(counted.bytes()), "a relocation counted as relative is of another type");
+}
+
+TEST_F(DamagedModules, WhatTheLoaderRefusesItselfGetsItsOwnWords)
+{
+    // A code segment whose address and file offset differ within a page:
+    // left to the loader, which says why in its own message.
+    ElfBytes misplaced = module_;
+    const size_t load = module_.CodeSegmentHeader();
+    ASSERT_NE(load, 0u);
+    misplaced.Set<uint64_t>(load + ElfBytes::kFileOffset, module_.Get<uint64_t>(load + ElfBytes::kFileOffset) + 8);
+    const uint32_t error = LoadError(misplaced.bytes());
+    EXPECT_NE(error, Platform::kErrorSuccess);
+    EXPECT_NE(error, Platform::kErrorBadExeFormat);
+    EXPECT_NE(ReasonAfter("damaged" + std::to_string(count_) + ".dll").find("aligned"), std::string::npos);
 }
 
 TEST(BadFiles, DependencyCutShortIsRefused)
@@ -254,6 +348,8 @@ TEST(BadFiles, DependencyCutShortIsRefused)
     WriteBytes(scratch.native() / "dependent.dll", ReadBytes(ProbePath("dependent.dll")));
     WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
     EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorBadExeFormat);
+    // The failure names the file at fault: the dependency.
+    EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
     WriteBytes(scratch.native() / "probe_a.dll", probe);
     EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
 }

@@ -22,7 +22,9 @@ struct LoadFailure {
     char path[kMaxPath];
     /// The loader's message: dlerror() on POSIX, the system's text for the
     /// error on Windows. For a module refused before loading because of its
-    /// module record, the framework's account of that record.
+    /// module record, the framework's account of that record; for a module
+    /// file (or a dependency of it) refused before loading because the loader
+    /// could not map or apply it safely, "<file>: <reason>".
     char text[kLoadFailureTextSize];
     /// A module the failed one depends on that the loader did not find; empty
     /// when none is known.
