@@ -28,7 +28,7 @@ public:
     // A result the framework must not give, fault or no fault.
     void Wrong(const std::string& what);
     // After the fault, the request did not succeed again; prescribed says
-    // why the specification wants it so, empty when it does not.
+    // which configuration rule keeps it so, empty when none does.
     void Unrecovered(const std::string& what, const std::string& prescribed);
 
     // The lines of the retries: none when every request succeeded again,

@@ -1,6 +1,6 @@
 // The six scenarios. Each sets the world up without a fault, arms its part,
-// checks that what came back is the request's result or its specified
-// failure, asks again once the fault is gone and, where the specification
+// checks that what came back is the request's result or its documented
+// failure, asks again once the fault is gone and, where the framework's rules
 // lets a failure stay, says which rule keeps it.
 
 #include <chrono>
@@ -58,7 +58,7 @@ std::string ConfigurationLost(Point& point, World& world, const char* configPath
 }
 
 // Asks for the component again, which must come now; when it does not,
-// prescribed is asked why the specification keeps it so.
+// prescribed is asked which of the framework's rules keeps it so.
 void AskAgain(Point& point, World& world, ComponentId id, int32_t tag, const char* registry, const char* what,
               const std::function<std::string()>& prescribed = {})
 {
