@@ -1,7 +1,7 @@
 // The six scenarios. Each sets the world up without a fault, arms its part,
 // checks that what came back is the request's result or its documented
 // failure, asks again once the fault is gone and, where the framework's rules
-// lets a failure stay, says which rule keeps it.
+// let a failure stay, says which rule keeps it.
 
 #include <chrono>
 #include <cstring>
