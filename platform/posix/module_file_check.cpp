@@ -18,6 +18,7 @@
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
+#include "platform/posix/elf_sections.h"
 #include "platform/posix/error_numbers.h"
 #include "platform/posix/native_path.h"
 #include "platform/module_record.h"
@@ -42,25 +43,51 @@ struct Refusal {
     }
 };
 
-uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
+// The module record of the file a load asked for, read while its file is
+// open for the check.
+struct RecordRead {
+    RecordState state = RecordState::Unreadable;
+    ModuleRecord record{};
+};
+
+uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal,
+                       RecordRead* record)
 {
     struct stat info;
     if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
     if (!S_ISREG(info.st_mode)) return refusal.Note(path, "not a regular file");
     const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
     const char* reason = nullptr;
-    if (ReadModuleImage(image, dynamic, &reason)) return kErrorSuccess;
-    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : refusal.Note(path, reason);
+    if (!ReadModuleImage(image, dynamic, &reason)) {
+        return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : refusal.Note(path, reason);
+    }
+    // From the blocks the check read already: the headers, mostly.
+    if (record != nullptr) record->state = ReadImageModuleRecord(image, &record->record);
+    return kErrorSuccess;
 }
 
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    ~Descriptor()
+    {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
 // Opened without waiting, as a FIFO would; only a regular file is read.
-uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
+uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal, RecordRead* record)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return ModuleErrorFromErrno(errno);
-    const uint32_t result = CheckOpenFile(descriptor, path, dynamic, refusal);
-    close(descriptor);
-    return result;
+    const Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (descriptor.get() < 0) return ModuleErrorFromErrno(errno);
+    return CheckOpenFile(descriptor.get(), path, dynamic, refusal, record);
 }
 
 std::string DirectoryOf(const std::string& path)
@@ -120,15 +147,12 @@ bool IsLoadedByName(const std::string& name)
     return loaded != nullptr;
 }
 
-// The file the loader would load for a needed name from the module's
-// search directories; empty when it would take one already loaded or look
-// further, among the system's own modules.
+// The file the loader would load for a needed name it does not hold yet
+// from the module's search directories; empty when it would look further,
+// among the system's own modules.
 std::string FindDependency(const std::string& name, const std::vector<std::string>& directories)
 {
     if (name.find('/') != std::string::npos) return name;
-    // Most needed names are loaded already (the run-time, the platform
-    // library): the loader answers those without a look at the directories.
-    if (IsLoadedByName(name)) return std::string();
     for (const std::string& directory : directories) {
         const std::string candidate = directory + "/" + name;
         if (IsRegularFile(candidate)) return candidate;
@@ -136,18 +160,29 @@ std::string FindDependency(const std::string& name, const std::vector<std::strin
     return std::string();
 }
 
+// The record is read of the first file alone.
 uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
-                               const Refusal& refusal)
+                               const Refusal& refusal, RecordRead* record)
 {
     if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
     ElfDynamic dynamic;
-    const uint32_t result = CheckOneFile(path, &dynamic, refusal);
+    const uint32_t result = CheckOneFile(path, &dynamic, refusal, record);
     if (result != kErrorSuccess) return result;
-    const std::vector<std::string> directories = SearchDirectories(dynamic, DirectoryOf(path));
+    // Most needed names are loaded already (the run-time, the platform
+    // library): the loader answers those without a look at the directories,
+    // which are only worked out for the first name it does not hold.
+    std::vector<std::string> directories;
+    bool listed = false;
     for (uint64_t offset : dynamic.needed()) {
-        const std::string dependency = FindDependency(dynamic.String(offset), directories);
+        const std::string name = dynamic.String(offset);
+        if (name.find('/') == std::string::npos && IsLoadedByName(name)) continue;
+        if (!listed) {
+            directories = SearchDirectories(dynamic, DirectoryOf(path));
+            listed = true;
+        }
+        const std::string dependency = FindDependency(name, directories);
         if (dependency.empty()) continue;
-        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked, refusal);
+        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked, refusal, nullptr);
         // A dependency the loader cannot open reads as missing, which the
         // loader itself reports.
         if (dependencyResult != kErrorSuccess && dependencyResult != kErrorModuleNotFound) return dependencyResult;
@@ -187,11 +222,16 @@ PassedFiles& Passed()
 
 }  // namespace
 
-uint32_t CheckModuleFile(const std::string& nativePath, char* refusal, size_t size)
+uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen, char* refusal, size_t size)
 {
     if (size > 0) refusal[0] = '\0';
     struct stat info;
-    const bool known = stat(nativePath.c_str(), &info) == 0;
+    bool known = true;
+    if (seen != nullptr) {
+        info = *seen;
+    } else {
+        known = stat(nativePath.c_str(), &info) == 0;
+    }
     PassedFiles& passed = Passed();
     if (known) {
         std::lock_guard<std::mutex> guard(passed.lock);
@@ -199,9 +239,10 @@ uint32_t CheckModuleFile(const std::string& nativePath, char* refusal, size_t si
         if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
     }
     std::set<std::string> checked;
-    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, Refusal{refusal, size});
+    RecordRead record;
+    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, Refusal{refusal, size}, &record);
     // A module built against another contract is refused before it runs.
-    if (result == kErrorSuccess) result = RecordRefusal(nativePath.c_str());
+    if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
     if (result == kErrorSuccess && known) {
         std::lock_guard<std::mutex> guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the
