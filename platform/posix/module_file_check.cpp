@@ -1,6 +1,5 @@
 #include "platform/posix/module_file_check.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +19,7 @@
 #include "platform/posix/elf_module.h"
 #include "platform/posix/elf_sections.h"
 #include "platform/posix/error_numbers.h"
+#include "platform/posix/held_names.h"
 #include "platform/posix/native_path.h"
 #include "platform/module_record.h"
 
@@ -136,15 +136,6 @@ std::vector<std::string> SearchDirectories(const ElfDynamic& dynamic, const std:
     if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) AddSearchList(libraryPath, origin, &directories);
     if (dynamic.Has(DT_RUNPATH)) AddSearchList(dynamic.String(dynamic.Value(DT_RUNPATH)), origin, &directories);
     return directories;
-}
-
-// Whether the loader would take a module it holds already for that needed
-// name; asked of the loader itself, without listing the loaded objects.
-bool IsLoadedByName(const std::string& name)
-{
-    void* loaded = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    if (loaded != nullptr) dlclose(loaded);
-    return loaded != nullptr;
 }
 
 // The file the loader would load for a needed name it does not hold yet

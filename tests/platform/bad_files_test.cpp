@@ -357,6 +357,31 @@ TEST(BadFiles, DependencyCutShortIsRefused)
     WriteBytes(scratch.native() / "probe_a.dll", probe);
     EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
 }
+
+TEST(BadFiles, DependencyTheLoaderHeldIsCheckedOnceItLeft)
+{
+    // While a module of the needed name is loaded the loader takes it and
+    // never reads the file beside the dependent module; once it has left,
+    // the file is what would load.
+    ScratchDirectory scratch("left_dependency");
+    const Bytes probe = ReadBytes(ProbePath("probe_a.dll"));
+    const Bytes dependent = ReadBytes(ProbePath("dependent.dll"));
+    WriteBytes(scratch.native() / "dependent.dll", dependent);
+    WriteBytes(scratch.native() / "probe_a.dll", probe);
+    const Platform::ModuleHandle held = Platform::LoadModule(scratch.Framework("probe_a.dll").c_str());
+    ASSERT_NE(held, nullptr);
+    // A new file: the loaded module keeps the old one mapped.
+    fs::remove(scratch.native() / "probe_a.dll");
+    WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+
+    EXPECT_TRUE(Platform::ReleaseModule(held));
+    ASSERT_EQ(Platform::FindLoadedModule("probe_a.dll"), nullptr);
+    // Another copy, which has not passed before.
+    WriteBytes(scratch.native() / "dependent_copy.dll", dependent);
+    EXPECT_EQ(LoadError(scratch.Framework("dependent_copy.dll")), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
+}
 #endif
 
 }  // namespace
