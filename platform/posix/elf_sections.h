@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/module_record.h"
 #include "platform/posix/elf_image.h"
 
 namespace Orvik {
@@ -18,9 +17,6 @@ enum class SectionSearch { Found, NoSuchSection, NotElf };
 // capacity of them, in out. NotElf when the image is no little-endian ELF
 // file or its section headers do not fit it. Nothing is allocated.
 SectionSearch ReadElfSection(const ElfImage& image, const char* name, void* out, size_t capacity, uint64_t* size);
-
-// The module record of an image, from its record section.
-RecordState ReadImageModuleRecord(const ElfImage& image, ModuleRecord* record);
 
 }  // namespace Platform
 }  // namespace Orvik

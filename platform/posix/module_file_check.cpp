@@ -17,9 +17,9 @@
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
-#include "platform/posix/elf_sections.h"
 #include "platform/posix/error_numbers.h"
 #include "platform/posix/held_names.h"
+#include "platform/posix/image_record.h"
 #include "platform/posix/native_path.h"
 #include "platform/module_record.h"
 

@@ -12,6 +12,7 @@
 
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_sections.h"
+#include "platform/posix/image_record.h"
 #include "platform/posix/native_path.h"
 
 namespace Orvik {
