@@ -123,18 +123,41 @@ void AddSearchList(const std::string& list, const std::string& origin, std::vect
     }
 }
 
+// What a module needs of other files: the names it needs, and what tells
+// where the loader looks for those it does not hold.
+struct Needs {
+    std::vector<std::string> names;
+    std::string origin;  // the module's own directory
+    bool hasRunPath = false;
+    bool hasOldRunPath = false;
+    std::string runPath;
+    std::string oldRunPath;
+};
+
+Needs NeedsOf(const ElfDynamic& dynamic, const std::string& path)
+{
+    Needs needs;
+    for (uint64_t offset : dynamic.needed()) needs.names.push_back(dynamic.String(offset));
+    needs.origin = DirectoryOf(path);
+    needs.hasRunPath = dynamic.Has(DT_RUNPATH);
+    needs.hasOldRunPath = dynamic.Has(DT_RPATH);
+    if (needs.hasRunPath) needs.runPath = dynamic.String(dynamic.Value(DT_RUNPATH));
+    if (needs.hasOldRunPath) needs.oldRunPath = dynamic.String(dynamic.Value(DT_RPATH));
+    return needs;
+}
+
 // Where the loader looks for a bare name before its cache and the system
 // directories, in its order: the module's old-style list when it has no
 // new one, the library path, the new list. (The loader also searches the
 // old-style lists of the modules that load this one; those are left out.)
-std::vector<std::string> SearchDirectories(const ElfDynamic& dynamic, const std::string& origin)
+std::vector<std::string> SearchDirectories(const Needs& needs)
 {
     std::vector<std::string> directories;
-    if (!dynamic.Has(DT_RUNPATH) && dynamic.Has(DT_RPATH)) {
-        AddSearchList(dynamic.String(dynamic.Value(DT_RPATH)), origin, &directories);
+    if (!needs.hasRunPath && needs.hasOldRunPath) AddSearchList(needs.oldRunPath, needs.origin, &directories);
+    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) {
+        AddSearchList(libraryPath, needs.origin, &directories);
     }
-    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) AddSearchList(libraryPath, origin, &directories);
-    if (dynamic.Has(DT_RUNPATH)) AddSearchList(dynamic.String(dynamic.Value(DT_RUNPATH)), origin, &directories);
+    if (needs.hasRunPath) AddSearchList(needs.runPath, needs.origin, &directories);
     return directories;
 }
 
@@ -151,34 +174,45 @@ std::string FindDependency(const std::string& name, const std::vector<std::strin
     return std::string();
 }
 
-// The record is read of the first file alone.
 uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
-                               const Refusal& refusal, RecordRead* record)
+                               const Refusal& refusal, RecordRead* record, Needs* needs);
+
+// The files a module at depth would bring with it.
+uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checked, const Refusal& refusal)
 {
-    if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
-    ElfDynamic dynamic;
-    const uint32_t result = CheckOneFile(path, &dynamic, refusal, record);
-    if (result != kErrorSuccess) return result;
     // Most needed names are loaded already (the run-time, the platform
     // library): the loader answers those without a look at the directories,
     // which are only worked out for the first name it does not hold.
     std::vector<std::string> directories;
     bool listed = false;
-    for (uint64_t offset : dynamic.needed()) {
-        const std::string name = dynamic.String(offset);
+    for (const std::string& name : needs.names) {
         if (name.find('/') == std::string::npos && IsLoadedByName(name)) continue;
         if (!listed) {
-            directories = SearchDirectories(dynamic, DirectoryOf(path));
+            directories = SearchDirectories(needs);
             listed = true;
         }
         const std::string dependency = FindDependency(name, directories);
         if (dependency.empty()) continue;
-        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked, refusal, nullptr);
+        const uint32_t result = CheckWithDependencies(dependency, depth + 1, checked, refusal, nullptr, nullptr);
         // A dependency the loader cannot open reads as missing, which the
         // loader itself reports.
-        if (dependencyResult != kErrorSuccess && dependencyResult != kErrorModuleNotFound) return dependencyResult;
+        if (result != kErrorSuccess && result != kErrorModuleNotFound) return result;
     }
     return kErrorSuccess;
+}
+
+// The record is read of the first file alone, and what it needs kept.
+uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
+                               const Refusal& refusal, RecordRead* record, Needs* needs)
+{
+    if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
+    ElfDynamic dynamic;
+    const uint32_t result = CheckOneFile(path, &dynamic, refusal, record);
+    if (result != kErrorSuccess) return result;
+    Needs own = NeedsOf(dynamic, path);
+    const uint32_t needsResult = CheckNeeds(own, depth, checked, refusal);
+    if (needs != nullptr) *needs = std::move(own);
+    return needsResult;
 }
 
 // A file that passed, as it was then: the same file (device and inode),
@@ -200,9 +234,16 @@ struct FileIdentity {
     }
 };
 
+// A file that passed is taken as it was; what it needs is looked at again
+// each time, since those files and what the loader holds may have changed.
+struct PassedFile {
+    FileIdentity identity;
+    Needs needs;
+};
+
 struct PassedFiles {
     std::mutex lock;
-    std::unordered_map<std::string, FileIdentity> files;
+    std::unordered_map<std::string, PassedFile> files;
 };
 
 PassedFiles& Passed()
@@ -210,6 +251,18 @@ PassedFiles& Passed()
     static PassedFiles* passed = new PassedFiles;  // used until the process ends
     return *passed;
 }
+
+// What a file that passed as it is now needs; false when it did not pass.
+bool FindPassed(const std::string& path, const struct stat& info, Needs* needs)
+{
+    PassedFiles& passed = Passed();
+    std::lock_guard<std::mutex> guard(passed.lock);
+    const auto found = passed.files.find(path);
+    if (found == passed.files.end() || !(found->second.identity == FileIdentity(info))) return false;
+    *needs = found->second.needs;
+    return true;
+}
+
 
 }  // namespace
 
@@ -223,23 +276,24 @@ uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen,
     } else {
         known = stat(nativePath.c_str(), &info) == 0;
     }
-    PassedFiles& passed = Passed();
-    if (known) {
-        std::lock_guard<std::mutex> guard(passed.lock);
-        const auto found = passed.files.find(nativePath);
-        if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
-    }
     std::set<std::string> checked;
+    const Refusal noted{refusal, size};
+    Needs needs;
+    if (known && FindPassed(nativePath, info, &needs)) {
+        checked.insert(nativePath);
+        return CheckNeeds(needs, 0, &checked, noted);
+    }
     RecordRead record;
-    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, Refusal{refusal, size}, &record);
+    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, noted, &record, &needs);
     // A module built against another contract is refused before it runs.
     if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
     if (result == kErrorSuccess && known) {
+        PassedFiles& passed = Passed();
         std::lock_guard<std::mutex> guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the
         // file passed all the same.
         try {
-            passed.files.insert_or_assign(nativePath, FileIdentity(info));
+            passed.files.insert_or_assign(nativePath, PassedFile{FileIdentity(info), std::move(needs)});
         } catch (const std::bad_alloc&) {
         }
     }

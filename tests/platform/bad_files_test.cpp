@@ -358,6 +358,21 @@ TEST(BadFiles, DependencyCutShortIsRefused)
     EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
 }
 
+TEST(BadFiles, DependencyCutAfterItsModulePassedIsRefused)
+{
+    // The module's file is the same as when it passed; its dependency is
+    // not, and would be loaded from the file.
+    ScratchDirectory scratch("cut_later");
+    const Bytes probe = ReadBytes(ProbePath("probe_a.dll"));
+    WriteBytes(scratch.native() / "dependent.dll", ReadBytes(ProbePath("dependent.dll")));
+    WriteBytes(scratch.native() / "probe_a.dll", probe);
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+    ASSERT_EQ(Platform::FindLoadedModule("probe_a.dll"), nullptr);
+    WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
+}
+
 TEST(BadFiles, DependencyTheLoaderHeldIsCheckedOnceItLeft)
 {
     // While a module of the needed name is loaded the loader takes it and
