@@ -56,18 +56,6 @@ uint32_t LoadError(const std::string& path)
     return Platform::kErrorSuccess;
 }
 
-// The text of the last failed load after the file's name: why a module
-// refused for its contents was refused.
-std::string ReasonAfter(const std::string& fileName)
-{
-    Platform::LoadFailure failure;
-    if (!Platform::GetLastLoadFailure(&failure)) return "(no failure recorded)";
-    const std::string text = failure.text;
-    const std::string named = "/" + fileName + ": ";
-    const size_t at = text.find(named);
-    return at == std::string::npos ? "(file not named) " + text : text.substr(at + named.size());
-}
-
 TEST(BadFiles, DirectoryReadsAsAMissingProfile)
 {
     ScratchDirectory scratch("dir_profile");
@@ -117,6 +105,18 @@ TEST(BadFiles, DevicesAreNotReadAsFiles)
 }
 
 #if !defined(_WIN32)
+// The text of the last failed load after the file's name: why a module
+// refused for its contents was refused.
+std::string ReasonAfter(const std::string& fileName)
+{
+    Platform::LoadFailure failure;
+    if (!Platform::GetLastLoadFailure(&failure)) return "(no failure recorded)";
+    const std::string text = failure.text;
+    const std::string named = "/" + fileName + ": ";
+    const size_t at = text.find(named);
+    return at == std::string::npos ? "(file not named) " + text : text.substr(at + named.size());
+}
+
 TEST(BadFiles, FifoAndDevicesAreNeitherReadNorWaitedFor)
 {
     ScratchDirectory scratch("special");
