@@ -16,7 +16,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -116,7 +115,9 @@ private:
     // request holds its catalog while it runs, so a shutdown meanwhile
     // destroys the catalog only when the request is done with it.
     std::map<std::string, Catalog, std::less<>> catalogs_;
-    std::set<Platform::ModuleHandle, HandleOrder> pendingModules_;
+    // Ordered by HandleOrder, each once: a sorted vector keeps its room
+    // between idle notices, where a set would allocate for each.
+    std::vector<Platform::ModuleHandle> pendingModules_;
     Platform::TimerId timerId_ = 0;
 };
 

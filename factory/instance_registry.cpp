@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "catalog/trace_gate.h"
@@ -84,7 +85,8 @@ void COrvikComponentFactory::NotifyModuleIdle(Platform::ModuleHandle module)
 try {
     const StateGuard guard(stateLock_);
     if (Trace::Active()) Trace::Module(kOrvikTraceIdleNotice, module, "", nullptr);
-    pendingModules_.insert(module);
+    const auto at = std::lower_bound(pendingModules_.begin(), pendingModules_.end(), module, HandleOrder{});
+    if (at == pendingModules_.end() || *at != module) pendingModules_.insert(at, module);
     ForEachCatalog([module](CComponentClassInfoList& catalog) { catalog.ClearModuleRecords(module); });
     // A thread's timers end with the thread: the timer of a thread that has
     // ended is replaced by one of this thread.
@@ -107,7 +109,7 @@ void COrvikComponentFactory::UnloadPendingModules()
     if (!pendingModules_.empty()) {
         // Unloading may report further idle modules; they change the set,
         // not this copy, and are dropped with the others.
-        const std::vector<Platform::ModuleHandle> pending(pendingModules_.begin(), pendingModules_.end());
+        const std::vector<Platform::ModuleHandle> pending(pendingModules_);
         for (Platform::ModuleHandle module : pending) {
             static_cast<IOrvikComponentFactory*>(this)->TryUnloadModule(module);
         }

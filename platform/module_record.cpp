@@ -50,7 +50,13 @@ RecordFit FitOfRecord(const ModuleRecord& record)
 uint32_t RecordRefusal(const char* nativePath)
 {
     ModuleRecord record;
-    switch (ReadNativeModuleRecord(nativePath, &record)) {
+    const RecordState state = ReadNativeModuleRecord(nativePath, &record);
+    return RefusalOfRecord(state, record);
+}
+
+uint32_t RefusalOfRecord(RecordState state, const ModuleRecord& record)
+{
+    switch (state) {
     case RecordState::Found: break;
     case RecordState::Damaged: return kErrorBadExeFormat;
     // Without a record the module loads as any module does; a file that

@@ -82,6 +82,8 @@ RecordState DecodeModuleRecord(const void* bytes, size_t size, ModuleRecord* rec
 // What loading the file at path (native form) must fail with because of its
 // record: kErrorSuccess when it has none or one this framework serves.
 uint32_t RecordRefusal(const char* nativePath);
+// The same for a record already read, in the state its reading left.
+uint32_t RefusalOfRecord(RecordState state, const ModuleRecord& record);
 
 // The framework's words for such a refusal, for the load failure's text.
 void DescribeRecordRefusal(const char* nativePath, char* text, size_t size);

@@ -1,6 +1,8 @@
 #include "platform/posix/elf_dynamic.h"
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace Orvik {
@@ -57,9 +59,16 @@ bool ElfDynamic::ReadAt(uint64_t address, T* out) const
            image_->ReadObject(offset, out);
 }
 
+std::vector<ElfDynamic::Entry>::const_iterator ElfDynamic::Find(int64_t tag) const
+{
+    const auto found = std::lower_bound(values_.begin(), values_.end(), tag,
+                                        [](const Entry& entry, int64_t wanted) { return entry.first < wanted; });
+    return found != values_.end() && found->first == tag ? found : values_.end();
+}
+
 uint64_t ElfDynamic::Value(int64_t tag) const
 {
-    const auto found = values_.find(tag);
+    const auto found = Find(tag);
     return found != values_.end() ? found->second : 0;
 }
 
@@ -100,9 +109,18 @@ bool ElfDynamic::ReadEntries()
         if (entry->d_tag == DT_NEEDED) {
             needed_.push_back(entry->d_un.d_val);
         } else {
-            values_[entry->d_tag] = entry->d_un.d_val;
+            values_.emplace_back(entry->d_tag, entry->d_un.d_val);
         }
     }
+    std::stable_sort(values_.begin(), values_.end(),
+                     [](const Entry& a, const Entry& b) { return a.first < b.first; });
+    // Of several entries of a tag the last one counts, as for the loader.
+    auto kept = values_.begin();
+    for (auto entry = values_.begin(); entry != values_.end(); ++entry) {
+        const auto next = std::next(entry);
+        if (next == values_.end() || next->first != entry->first) *kept++ = *entry;
+    }
+    values_.erase(kept, values_.end());
     return true;
 }
 
@@ -275,13 +293,14 @@ bool ElfDynamic::ReadNeededVersions()
     // finding among the module's dependencies (a record of another version
     // it refuses itself). Records and their entries follow one another:
     // each link must lead forward past its record.
-    std::vector<std::string> neededNames;
-    for (uint64_t offset : needed_) neededNames.push_back(String(offset));
     uint64_t address = Value(DT_VERNEED);
     for (;;) {
         ElfW(Verneed) need;
         if (!ReadAt(address, &need) || need.vn_file >= strings_.size()) return false;
-        if (std::find(neededNames.begin(), neededNames.end(), String(need.vn_file)) == neededNames.end()) return false;
+        const char* const file = Text(need.vn_file);
+        const bool needed = std::any_of(needed_.begin(), needed_.end(),
+                                        [this, file](uint64_t offset) { return std::strcmp(Text(offset), file) == 0; });
+        if (!needed) return false;
         uint64_t auxAddress = address + need.vn_aux;
         for (;;) {
             ElfW(Vernaux) aux;

@@ -7,8 +7,8 @@
 #include <link.h>
 
 #include <cstdint>
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/elf_image.h"
@@ -28,13 +28,13 @@ public:
     // pass.
     const char* refusal() const { return refusal_; }
 
-    bool Has(int64_t tag) const { return values_.count(tag) != 0; }
+    bool Has(int64_t tag) const { return Find(tag) != values_.end(); }
     // The value of tag's last entry, which is the one the loader keeps; 0
     // when there is none.
     uint64_t Value(int64_t tag) const;
     // The string at offset of the string table; offset is checked to lie
     // in it for every string the dynamic section names.
-    std::string String(uint64_t offset) const { return strings_.data() + offset; }
+    std::string String(uint64_t offset) const { return Text(offset); }
 
     // Takes the symbols up to count in, beyond those the hash table
     // reaches (undefined ones may lie beyond them): the loader reads every
@@ -47,6 +47,10 @@ public:
     const std::vector<AddressRange>& tables() const { return tables_; }
 
 private:
+    using Entry = std::pair<int64_t, uint64_t>;
+
+    std::vector<Entry>::const_iterator Find(int64_t tag) const;
+    const char* Text(uint64_t offset) const { return strings_.data() + offset; }
     bool ReadEntries();
     bool CheckEntrySizes() const;
     bool ReadStrings();
@@ -72,7 +76,9 @@ private:
 
     const ElfImage* image_ = nullptr;
     const ElfLayout* layout_ = nullptr;
-    std::map<int64_t, uint64_t> values_;
+    // The value of each tag, by tag: a module has a few dozen entries, and
+    // the check asks for them again and again.
+    std::vector<Entry> values_;
     std::vector<uint64_t> needed_;
     std::vector<char> strings_;
     std::vector<ElfW(Sym)> symbols_;

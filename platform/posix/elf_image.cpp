@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace Orvik {
 namespace Platform {
@@ -30,22 +31,22 @@ FileElfImage::FileElfImage(int descriptor, uint64_t size) : ElfImage(size), desc
 const unsigned char* FileElfImage::Block(uint64_t index) const
 {
     if (index >= blocks_.size()) blocks_.resize(static_cast<size_t>(index + 1));
-    std::vector<unsigned char>& block = blocks_[static_cast<size_t>(index)];
-    if (!block.empty()) return block.data();
+    std::unique_ptr<unsigned char[]>& block = blocks_[static_cast<size_t>(index)];
+    if (block != nullptr) return block.get();
     const uint64_t start = index * kBlockBytes;
     const uint64_t length = size() - start < kBlockBytes ? size() - start : kBlockBytes;
-    std::vector<unsigned char> bytes(static_cast<size_t>(length));
+    std::unique_ptr<unsigned char[]> bytes(new unsigned char[static_cast<size_t>(length)]);
     uint64_t done = 0;
     while (done < length) {
-        const ssize_t got = pread(descriptor_, bytes.data() + done, static_cast<size_t>(length - done),
+        const ssize_t got = pread(descriptor_, bytes.get() + done, static_cast<size_t>(length - done),
                                   static_cast<off_t>(start + done));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) readError_ = errno;
         if (got <= 0) return nullptr;
         done += static_cast<uint64_t>(got);
     }
-    block.swap(bytes);
-    return block.data();
+    block = std::move(bytes);
+    return block.get();
 }
 
 bool FileElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) const

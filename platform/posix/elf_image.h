@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace Orvik {
@@ -76,7 +77,8 @@ private:
     const unsigned char* Block(uint64_t index) const;
 
     int descriptor_;
-    mutable std::vector<std::vector<unsigned char>> blocks_;
+    // Left uninitialised until read: the read fills each block whole.
+    mutable std::vector<std::unique_ptr<unsigned char[]>> blocks_;
     mutable int readError_ = 0;
 };
 

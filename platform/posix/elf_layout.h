@@ -48,6 +48,8 @@ public:
 
     // The dynamic section, in the file part of a segment.
     AddressRange dynamic() const { return dynamic_; }
+    // The loadable segments in ascending order.
+    const std::vector<ElfW(Phdr)>& loads() const { return loads_; }
 
 private:
     bool ReadHeader(const ElfImage& image, ElfW(Ehdr)* header);

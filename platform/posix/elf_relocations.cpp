@@ -107,6 +107,7 @@ private:
     bool ApplyPackedTable();
     template <class Entry>
     bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag);
+    void FindExposedTables();
     bool Apply(const Relocation& relocation);
     bool CheckTarget(AddressRange target);
     void NoteCallSlots(AddressRange written, bool code);
@@ -128,6 +129,9 @@ private:
     // once, not for each relocation.
     const uint32_t targetFlags_;
     std::vector<CallSlots> callSlots_;
+    // The loader's tables that reach into a segment relocations may write:
+    // no other can be written over.
+    std::vector<AddressRange> exposedTables_;
     // Those of the table, then those of the procedure linkage table's.
     std::vector<Relocation> relocations_;
     const char* refusal_ = nullptr;
@@ -148,6 +152,7 @@ bool RelocationCheck::Run()
     const int64_t tableSize = kRelocationsHaveAddends ? DT_RELASZ : DT_RELSZ;
     const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
     // In the loader's order: the packed relative ones first.
+    FindExposedTables();
     if (!ApplyPackedTable()) return false;
     if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
         !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
@@ -156,6 +161,7 @@ bool RelocationCheck::Run()
     uint64_t symbolCount = 0;
     for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
     if (!dynamic_.ExtendSymbols(symbolCount)) return Refuse(dynamic_.refusal());
+    FindExposedTables();  // the symbol tables may have grown
     for (const Relocation& relocation : relocations_) {
         if (!Apply(relocation)) return false;
     }
@@ -257,6 +263,19 @@ bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64
     return true;
 }
 
+void RelocationCheck::FindExposedTables()
+{
+    exposedTables_.clear();
+    for (const AddressRange& table : dynamic_.tables()) {
+        for (const ElfW(Phdr)& load : layout_.loads()) {
+            if ((load.p_flags & targetFlags_) == targetFlags_ && Overlaps(table, {load.p_vaddr, load.p_memsz})) {
+                exposedTables_.push_back(table);
+                break;
+            }
+        }
+    }
+}
+
 bool RelocationCheck::Apply(const Relocation& relocation)
 {
     const Effect effect = relocation.effect;
@@ -293,7 +312,7 @@ bool RelocationCheck::CheckTarget(AddressRange target)
 {
     if (target.size == 0) return true;
     if (!layout_.InMemory(target, targetFlags_)) return Refuse("a relocation writes outside its segment");
-    for (const AddressRange& table : dynamic_.tables()) {
+    for (const AddressRange& table : exposedTables_) {
         if (Overlaps(target, table)) return Refuse("a relocation writes over a table the loader reads");
     }
     return true;

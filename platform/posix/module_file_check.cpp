@@ -1,6 +1,5 @@
 #include "platform/posix/module_file_check.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +18,8 @@
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
 #include "platform/posix/error_numbers.h"
+#include "platform/posix/held_names.h"
+#include "platform/posix/image_record.h"
 #include "platform/posix/native_path.h"
 #include "platform/module_record.h"
 
@@ -42,25 +43,51 @@ struct Refusal {
     }
 };
 
-uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
+// The module record of the file a load asked for, read while its file is
+// open for the check.
+struct RecordRead {
+    RecordState state = RecordState::Unreadable;
+    ModuleRecord record{};
+};
+
+uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal,
+                       RecordRead* record)
 {
     struct stat info;
     if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
     if (!S_ISREG(info.st_mode)) return refusal.Note(path, "not a regular file");
     const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
     const char* reason = nullptr;
-    if (ReadModuleImage(image, dynamic, &reason)) return kErrorSuccess;
-    return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : refusal.Note(path, reason);
+    if (!ReadModuleImage(image, dynamic, &reason)) {
+        return image.readError() != 0 ? ModuleErrorFromErrno(image.readError()) : refusal.Note(path, reason);
+    }
+    // From the blocks the check read already: the headers, mostly.
+    if (record != nullptr) record->state = ReadImageModuleRecord(image, &record->record);
+    return kErrorSuccess;
 }
 
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    ~Descriptor()
+    {
+        if (descriptor_ >= 0) close(descriptor_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
 // Opened without waiting, as a FIFO would; only a regular file is read.
-uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal)
+uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal, RecordRead* record)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return ModuleErrorFromErrno(errno);
-    const uint32_t result = CheckOpenFile(descriptor, path, dynamic, refusal);
-    close(descriptor);
-    return result;
+    const Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (descriptor.get() < 0) return ModuleErrorFromErrno(errno);
+    return CheckOpenFile(descriptor.get(), path, dynamic, refusal, record);
 }
 
 std::string DirectoryOf(const std::string& path)
@@ -96,39 +123,50 @@ void AddSearchList(const std::string& list, const std::string& origin, std::vect
     }
 }
 
+// What a module needs of other files: the names it needs, and what tells
+// where the loader looks for those it does not hold.
+struct Needs {
+    std::vector<std::string> names;
+    std::string origin;  // the module's own directory
+    bool hasRunPath = false;
+    bool hasOldRunPath = false;
+    std::string runPath;
+    std::string oldRunPath;
+};
+
+Needs NeedsOf(const ElfDynamic& dynamic, const std::string& path)
+{
+    Needs needs;
+    for (uint64_t offset : dynamic.needed()) needs.names.push_back(dynamic.String(offset));
+    needs.origin = DirectoryOf(path);
+    needs.hasRunPath = dynamic.Has(DT_RUNPATH);
+    needs.hasOldRunPath = dynamic.Has(DT_RPATH);
+    if (needs.hasRunPath) needs.runPath = dynamic.String(dynamic.Value(DT_RUNPATH));
+    if (needs.hasOldRunPath) needs.oldRunPath = dynamic.String(dynamic.Value(DT_RPATH));
+    return needs;
+}
+
 // Where the loader looks for a bare name before its cache and the system
 // directories, in its order: the module's old-style list when it has no
 // new one, the library path, the new list. (The loader also searches the
 // old-style lists of the modules that load this one; those are left out.)
-std::vector<std::string> SearchDirectories(const ElfDynamic& dynamic, const std::string& origin)
+std::vector<std::string> SearchDirectories(const Needs& needs)
 {
     std::vector<std::string> directories;
-    if (!dynamic.Has(DT_RUNPATH) && dynamic.Has(DT_RPATH)) {
-        AddSearchList(dynamic.String(dynamic.Value(DT_RPATH)), origin, &directories);
+    if (!needs.hasRunPath && needs.hasOldRunPath) AddSearchList(needs.oldRunPath, needs.origin, &directories);
+    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) {
+        AddSearchList(libraryPath, needs.origin, &directories);
     }
-    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) AddSearchList(libraryPath, origin, &directories);
-    if (dynamic.Has(DT_RUNPATH)) AddSearchList(dynamic.String(dynamic.Value(DT_RUNPATH)), origin, &directories);
+    if (needs.hasRunPath) AddSearchList(needs.runPath, needs.origin, &directories);
     return directories;
 }
 
-// Whether the loader would take a module it holds already for that needed
-// name; asked of the loader itself, without listing the loaded objects.
-bool IsLoadedByName(const std::string& name)
-{
-    void* loaded = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    if (loaded != nullptr) dlclose(loaded);
-    return loaded != nullptr;
-}
-
-// The file the loader would load for a needed name from the module's
-// search directories; empty when it would take one already loaded or look
-// further, among the system's own modules.
+// The file the loader would load for a needed name it does not hold yet
+// from the module's search directories; empty when it would look further,
+// among the system's own modules.
 std::string FindDependency(const std::string& name, const std::vector<std::string>& directories)
 {
     if (name.find('/') != std::string::npos) return name;
-    // Most needed names are loaded already (the run-time, the platform
-    // library): the loader answers those without a look at the directories.
-    if (IsLoadedByName(name)) return std::string();
     for (const std::string& directory : directories) {
         const std::string candidate = directory + "/" + name;
         if (IsRegularFile(candidate)) return candidate;
@@ -137,22 +175,44 @@ std::string FindDependency(const std::string& name, const std::vector<std::strin
 }
 
 uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
-                               const Refusal& refusal)
+                               const Refusal& refusal, RecordRead* record, Needs* needs);
+
+// The files a module at depth would bring with it.
+uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checked, const Refusal& refusal)
+{
+    // Most needed names are loaded already (the run-time, the platform
+    // library): the loader answers those without a look at the directories,
+    // which are only worked out for the first name it does not hold.
+    std::vector<std::string> directories;
+    bool listed = false;
+    for (const std::string& name : needs.names) {
+        if (name.find('/') == std::string::npos && IsLoadedByName(name)) continue;
+        if (!listed) {
+            directories = SearchDirectories(needs);
+            listed = true;
+        }
+        const std::string dependency = FindDependency(name, directories);
+        if (dependency.empty()) continue;
+        const uint32_t result = CheckWithDependencies(dependency, depth + 1, checked, refusal, nullptr, nullptr);
+        // A dependency the loader cannot open reads as missing, which the
+        // loader itself reports.
+        if (result != kErrorSuccess && result != kErrorModuleNotFound) return result;
+    }
+    return kErrorSuccess;
+}
+
+// The record is read of the first file alone, and what it needs kept.
+uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
+                               const Refusal& refusal, RecordRead* record, Needs* needs)
 {
     if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
     ElfDynamic dynamic;
-    const uint32_t result = CheckOneFile(path, &dynamic, refusal);
+    const uint32_t result = CheckOneFile(path, &dynamic, refusal, record);
     if (result != kErrorSuccess) return result;
-    const std::vector<std::string> directories = SearchDirectories(dynamic, DirectoryOf(path));
-    for (uint64_t offset : dynamic.needed()) {
-        const std::string dependency = FindDependency(dynamic.String(offset), directories);
-        if (dependency.empty()) continue;
-        const uint32_t dependencyResult = CheckWithDependencies(dependency, depth + 1, checked, refusal);
-        // A dependency the loader cannot open reads as missing, which the
-        // loader itself reports.
-        if (dependencyResult != kErrorSuccess && dependencyResult != kErrorModuleNotFound) return dependencyResult;
-    }
-    return kErrorSuccess;
+    Needs own = NeedsOf(dynamic, path);
+    const uint32_t needsResult = CheckNeeds(own, depth, checked, refusal);
+    if (needs != nullptr) *needs = std::move(own);
+    return needsResult;
 }
 
 // A file that passed, as it was then: the same file (device and inode),
@@ -174,9 +234,16 @@ struct FileIdentity {
     }
 };
 
+// A file that passed is taken as it was; what it needs is looked at again
+// each time, since those files and what the loader holds may have changed.
+struct PassedFile {
+    FileIdentity identity;
+    Needs needs;
+};
+
 struct PassedFiles {
     std::mutex lock;
-    std::unordered_map<std::string, FileIdentity> files;
+    std::unordered_map<std::string, PassedFile> files;
 };
 
 PassedFiles& Passed()
@@ -185,29 +252,48 @@ PassedFiles& Passed()
     return *passed;
 }
 
+// What a file that passed as it is now needs; false when it did not pass.
+bool FindPassed(const std::string& path, const struct stat& info, Needs* needs)
+{
+    PassedFiles& passed = Passed();
+    std::lock_guard<std::mutex> guard(passed.lock);
+    const auto found = passed.files.find(path);
+    if (found == passed.files.end() || !(found->second.identity == FileIdentity(info))) return false;
+    *needs = found->second.needs;
+    return true;
+}
+
+
 }  // namespace
 
-uint32_t CheckModuleFile(const std::string& nativePath, char* refusal, size_t size)
+uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen, char* refusal, size_t size)
 {
     if (size > 0) refusal[0] = '\0';
     struct stat info;
-    const bool known = stat(nativePath.c_str(), &info) == 0;
-    PassedFiles& passed = Passed();
-    if (known) {
-        std::lock_guard<std::mutex> guard(passed.lock);
-        const auto found = passed.files.find(nativePath);
-        if (found != passed.files.end() && found->second == FileIdentity(info)) return kErrorSuccess;
+    bool known = true;
+    if (seen != nullptr) {
+        info = *seen;
+    } else {
+        known = stat(nativePath.c_str(), &info) == 0;
     }
     std::set<std::string> checked;
-    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, Refusal{refusal, size});
+    const Refusal noted{refusal, size};
+    Needs needs;
+    if (known && FindPassed(nativePath, info, &needs)) {
+        checked.insert(nativePath);
+        return CheckNeeds(needs, 0, &checked, noted);
+    }
+    RecordRead record;
+    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, noted, &record, &needs);
     // A module built against another contract is refused before it runs.
-    if (result == kErrorSuccess) result = RecordRefusal(nativePath.c_str());
+    if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
     if (result == kErrorSuccess && known) {
+        PassedFiles& passed = Passed();
         std::lock_guard<std::mutex> guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the
         // file passed all the same.
         try {
-            passed.files.insert_or_assign(nativePath, FileIdentity(info));
+            passed.files.insert_or_assign(nativePath, PassedFile{FileIdentity(info), std::move(needs)});
         } catch (const std::bad_alloc&) {
         }
     }

@@ -59,14 +59,19 @@ std::string AbsoluteNormalPath(std::string path)
     return absolute.lexically_normal().string();
 }
 
-// kErrorSuccess for a regular file; else why it would not load. It is never
-// opened: a FIFO would wait for its other end.
+// kErrorSuccess for a regular file, with what stat said of it; else why it
+// would not load. It is never opened: a FIFO would wait for its other end.
+uint32_t RegularFileOrReason(const std::string& path, struct stat* info)
+{
+    if (stat(path.c_str(), info) != 0) return ModuleErrorFromErrno(errno);
+    if (S_ISDIR(info->st_mode)) return kErrorModuleNotFound;
+    return S_ISREG(info->st_mode) ? kErrorSuccess : kErrorBadExeFormat;
+}
+
 uint32_t RegularFileOrReason(const std::string& path)
 {
     struct stat info;
-    if (stat(path.c_str(), &info) != 0) return ModuleErrorFromErrno(errno);
-    if (S_ISDIR(info.st_mode)) return kErrorModuleNotFound;
-    return S_ISREG(info.st_mode) ? kErrorSuccess : kErrorBadExeFormat;
+    return RegularFileOrReason(path, &info);
 }
 
 // What the loader said when it refused a module.
@@ -130,13 +135,15 @@ void* OpenWithLoader(const std::string& file, LoaderFailure* failure)
     return handle;
 }
 
-ModuleHandle OpenModuleFile(const std::string& path, bool held, LoaderFailure* failure)
+// info is what stat said of the file just before, or null.
+ModuleHandle OpenModuleFile(const std::string& path, const struct stat* info, LoaderFailure* failure)
 {
-    // A truncated or damaged file is refused before the loader maps it. A
-    // module held from that very path is handed out again by the loader
-    // without reading the file: neither the file nor the list of loaded
-    // objects is looked at.
-    const uint32_t refusal = held ? kErrorSuccess : CheckModuleFile(path, failure->refusal, sizeof failure->refusal);
+    // A module held from that very path is the one the loader would hand
+    // out again without reading the file: it only counts once more.
+    ModuleHandle held = nullptr;
+    if (TakeHeldPath(path, &held)) return held;
+    // A truncated or damaged file is refused before the loader maps it.
+    const uint32_t refusal = CheckModuleFile(path, info, failure->refusal, sizeof failure->refusal);
     if (refusal != kErrorSuccess) {
         if (failure->refusal[0] != '\0') failure->text = failure->refusal;
         SetLastErrorCode(refusal);
@@ -148,7 +155,7 @@ ModuleHandle OpenModuleFile(const std::string& path, bool held, LoaderFailure* f
         SetLastErrorCode(LoadFailureReason(path, *failure));
         return nullptr;
     }
-    AddModuleReference(opened.get(), path);
+    if (!AddModuleReference(opened.get(), path)) return opened.get();  // held under another name
     return opened.Keep();
 }
 
@@ -220,9 +227,11 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     name = WithDefaultExtension(std::move(name));
     if (name.find('/') != std::string::npos) {
         const std::string file = AbsoluteNormalPath(std::move(name));
-        const bool held = IsHeldPath(file);
-        const uint32_t reason = held ? kErrorSuccess : RegularFileOrReason(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, held, failure);
+        ModuleHandle held = nullptr;
+        if (TakeHeldPath(file, &held)) return held;
+        struct stat info;
+        const uint32_t reason = RegularFileOrReason(file, &info);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &info, failure);
         SetLastErrorCode(reason);
         return nullptr;
     }
@@ -230,11 +239,12 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     // A bare name: a module of that name already loaded wins, then the
     // executable's directory, the current directory, the library path.
     LoadedModule loaded;
-    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, IsHeldPath(loaded.path), failure);
+    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, nullptr, failure);
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
-        const uint32_t reason = RegularFileOrReason(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, IsHeldPath(file), failure);
+        struct stat info;
+        const uint32_t reason = RegularFileOrReason(file, &info);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &info, failure);
         if (!NotHere(reason)) {
             SetLastErrorCode(reason);
             return nullptr;
@@ -249,7 +259,9 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
         return nullptr;
     }
     LoadedModule found;
-    AddModuleReference(opened.get(), FindModuleByHandle(opened.get(), &found) ? found.path : name);
+    if (!AddModuleReference(opened.get(), FindModuleByHandle(opened.get(), &found) ? found.path : name)) {
+        return opened.get();  // held already: the table keeps the loader's reference it took then
+    }
     return opened.Keep();
 }
 
@@ -298,7 +310,8 @@ try {
 
 bool ReleaseModule(ModuleHandle module)
 try {
-    if (DropModuleReference(module)) return dlclose(module) == 0;
+    bool last = false;
+    if (DropModuleReference(module, &last)) return !last || dlclose(module) == 0;
     LoadedModule owner;
     if (!FindModuleByHandle(module, &owner)) {
         SetLastErrorCode(kErrorModuleNotFound);

@@ -40,16 +40,16 @@ ModuleTable& Table()
 
 }  // namespace
 
-void AddModuleReference(ModuleHandle module, const std::string& path)
+bool AddModuleReference(ModuleHandle module, const std::string& path)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
-    // A module loaded again, the usual case, only counts: its path is copied
-    // the first time alone.
+    // A module opened again under another name only counts: its path is
+    // copied the first time alone.
     const auto held = table.modules.find(module);
     if (held != table.modules.end()) {
         ++held->second.references;
-        return;
+        return false;
     }
     const auto inserted = table.modules.emplace(module, HeldModule{path, 1, {}}).first;
     // A module is recorded with both entries or not at all (the caller then
@@ -60,15 +60,28 @@ void AddModuleReference(ModuleHandle module, const std::string& path)
         table.modules.erase(inserted);
         throw;
     }
+    return true;
 }
 
-bool DropModuleReference(ModuleHandle module)
+bool TakeHeldPath(const std::string& path, ModuleHandle* module)
+{
+    ModuleTable& table = Table();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const auto found = table.paths.find(path);
+    if (found == table.paths.end()) return false;
+    ++table.modules.find(found->second)->second.references;
+    *module = found->second;
+    return true;
+}
+
+bool DropModuleReference(ModuleHandle module, bool* last)
 {
     ModuleTable& table = Table();
     std::lock_guard<std::mutex> guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
-    if (--held->second.references == 0) {
+    *last = --held->second.references == 0;
+    if (*last) {
         const auto path = table.paths.find(held->second.path);
         if (path != table.paths.end() && path->second == module) table.paths.erase(path);
         table.modules.erase(held);
@@ -84,13 +97,6 @@ bool FindHeldModule(ModuleHandle module, std::string* path)
     if (held == table.modules.end()) return false;
     if (path != nullptr) *path = held->second.path;
     return true;
-}
-
-bool IsHeldPath(const std::string& path)
-{
-    ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
-    return table.paths.count(path) != 0;
 }
 
 bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)

@@ -56,18 +56,6 @@ uint32_t LoadError(const std::string& path)
     return Platform::kErrorSuccess;
 }
 
-// The text of the last failed load after the file's name: why a module
-// refused for its contents was refused.
-std::string ReasonAfter(const std::string& fileName)
-{
-    Platform::LoadFailure failure;
-    if (!Platform::GetLastLoadFailure(&failure)) return "(no failure recorded)";
-    const std::string text = failure.text;
-    const std::string named = "/" + fileName + ": ";
-    const size_t at = text.find(named);
-    return at == std::string::npos ? "(file not named) " + text : text.substr(at + named.size());
-}
-
 TEST(BadFiles, DirectoryReadsAsAMissingProfile)
 {
     ScratchDirectory scratch("dir_profile");
@@ -117,6 +105,18 @@ TEST(BadFiles, DevicesAreNotReadAsFiles)
 }
 
 #if !defined(_WIN32)
+// The text of the last failed load after the file's name: why a module
+// refused for its contents was refused.
+std::string ReasonAfter(const std::string& fileName)
+{
+    Platform::LoadFailure failure;
+    if (!Platform::GetLastLoadFailure(&failure)) return "(no failure recorded)";
+    const std::string text = failure.text;
+    const std::string named = "/" + fileName + ": ";
+    const size_t at = text.find(named);
+    return at == std::string::npos ? "(file not named) " + text : text.substr(at + named.size());
+}
+
 TEST(BadFiles, FifoAndDevicesAreNeitherReadNorWaitedFor)
 {
     ScratchDirectory scratch("special");
@@ -356,6 +356,46 @@ TEST(BadFiles, DependencyCutShortIsRefused)
     EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
     WriteBytes(scratch.native() / "probe_a.dll", probe);
     EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+}
+
+TEST(BadFiles, DependencyCutAfterItsModulePassedIsRefused)
+{
+    // The module's file is the same as when it passed; its dependency is
+    // not, and would be loaded from the file.
+    ScratchDirectory scratch("cut_later");
+    const Bytes probe = ReadBytes(ProbePath("probe_a.dll"));
+    WriteBytes(scratch.native() / "dependent.dll", ReadBytes(ProbePath("dependent.dll")));
+    WriteBytes(scratch.native() / "probe_a.dll", probe);
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+    ASSERT_EQ(Platform::FindLoadedModule("probe_a.dll"), nullptr);
+    WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
+}
+
+TEST(BadFiles, DependencyTheLoaderHeldIsCheckedOnceItLeft)
+{
+    // While a module of the needed name is loaded the loader takes it and
+    // never reads the file beside the dependent module; once it has left,
+    // the file is what would load.
+    ScratchDirectory scratch("left_dependency");
+    const Bytes probe = ReadBytes(ProbePath("probe_a.dll"));
+    const Bytes dependent = ReadBytes(ProbePath("dependent.dll"));
+    WriteBytes(scratch.native() / "dependent.dll", dependent);
+    WriteBytes(scratch.native() / "probe_a.dll", probe);
+    const Platform::ModuleHandle held = Platform::LoadModule(scratch.Framework("probe_a.dll").c_str());
+    ASSERT_NE(held, nullptr);
+    // A new file: the loaded module keeps the old one mapped.
+    fs::remove(scratch.native() / "probe_a.dll");
+    WriteBytes(scratch.native() / "probe_a.dll", Bytes(probe.begin(), probe.begin() + 1024));
+    EXPECT_EQ(LoadError(scratch.Framework("dependent.dll")), Platform::kErrorSuccess);
+
+    EXPECT_TRUE(Platform::ReleaseModule(held));
+    ASSERT_EQ(Platform::FindLoadedModule("probe_a.dll"), nullptr);
+    // Another copy, which has not passed before.
+    WriteBytes(scratch.native() / "dependent_copy.dll", dependent);
+    EXPECT_EQ(LoadError(scratch.Framework("dependent_copy.dll")), Platform::kErrorBadExeFormat);
+    EXPECT_EQ(ReasonAfter("probe_a.dll"), "a segment reaches past the end of the file");
 }
 #endif
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -186,6 +187,36 @@ TEST(ModuleLoader, ModuleLeavesMemoryWithItsLastReference)
     EXPECT_EQ(Export<int (*)()>(again, "ProbeCountCall")(), 1);
     Platform::ReleaseModule(again);
 }
+
+#if !defined(_WIN32)
+TEST(ModuleLoader, ModuleLoadedUnderSeveralNamesLeavesWithItsLastReference)
+{
+    // A link is another name of the same file: the loader hands out the
+    // module it holds, and every load counts as one reference of the module.
+    Testing::ScratchDirectory scratch("loader_link");
+    const std::filesystem::path link = scratch.native() / "linked_probe.dll";
+    std::filesystem::create_symlink(Testing::NativePath(ProbePath("probe_b.dll")), link);
+    ModuleHandle byPath = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    ASSERT_NE(byPath, nullptr);
+    EXPECT_EQ(Export<int (*)()>(byPath, "ProbeCountCall")(), 1);
+    ModuleHandle byLink = Platform::LoadModule(link.string().c_str());
+    ModuleHandle byName = Platform::LoadModule("probe_b");
+    ModuleHandle again = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+    EXPECT_EQ(byLink, byPath);
+    EXPECT_EQ(byName, byPath);
+    EXPECT_EQ(again, byPath);
+
+    for (ModuleHandle reference : {byLink, byName, again}) {
+        EXPECT_TRUE(Platform::ReleaseModule(reference));
+        // Still the same copy, with its state.
+        EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), byPath);
+    }
+    EXPECT_EQ(Export<int (*)()>(byPath, "ProbeCountCall")(), 2);
+    EXPECT_TRUE(Platform::ReleaseModule(byPath));
+    EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
+    EXPECT_FALSE(Platform::ReleaseModule(byPath));
+}
+#endif
 
 TEST(ModuleLoader, ThreadsLoadAndReleaseOneModuleTogether)
 {

@@ -1,0 +1,75 @@
+#include "platform/posix/held_names.h"
+
+#include <dlfcn.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <mutex>
+#include <new>
+#include <vector>
+
+namespace Orvik {
+namespace Platform {
+
+namespace {
+
+// How many modules the loader has unloaded so far; it never goes down, and
+// each unload raises it.
+unsigned long long LoaderUnloads()
+{
+    unsigned long long unloads = 0;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t size, void* out) {
+            if (size >= offsetof(dl_phdr_info, dlpi_subs) + sizeof info->dlpi_subs) {
+                *static_cast<unsigned long long*>(out) = info->dlpi_subs;
+            }
+            return 1;  // the first object tells
+        },
+        &unloads);
+    return unloads;
+}
+
+// The names found loaded since the loader last unloaded a module.
+struct KnownNames {
+    std::mutex lock;
+    unsigned long long unloads = 0;
+    std::vector<std::string> names;
+};
+
+KnownNames& Known()
+{
+    static KnownNames* known = new KnownNames;  // used until the process ends
+    return *known;
+}
+
+}  // namespace
+
+bool IsLoadedByName(const std::string& name)
+{
+    // Read before the loader is asked: an unload meanwhile leaves the answer
+    // under a count that is already out of date.
+    const unsigned long long unloads = LoaderUnloads();
+    KnownNames& known = Known();
+    {
+        std::lock_guard<std::mutex> guard(known.lock);
+        if (known.unloads != unloads) {
+            known.names.clear();
+            known.unloads = unloads;
+        }
+        if (std::find(known.names.begin(), known.names.end(), name) != known.names.end()) return true;
+    }
+    void* loaded = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (loaded == nullptr) return false;
+    dlclose(loaded);
+    std::lock_guard<std::mutex> guard(known.lock);
+    // A name that cannot be kept is asked of the loader again next time.
+    try {
+        if (known.unloads == unloads) known.names.push_back(name);
+    } catch (const std::bad_alloc&) {
+    }
+    return true;
+}
+
+}  // namespace Platform
+}  // namespace Orvik
