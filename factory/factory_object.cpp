@@ -57,6 +57,14 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
         if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
         return registered;
     }
+    // A scanned module of the default catalog that is loaded and was asked
+    // before answers without the state lock too; a traced request goes the
+    // locked way, where the trace hears its route.
+    IComponent* ready = nullptr;
+    if ((configPath == nullptr || configPath[0] == '\0') && !Trace::Active() &&
+        defaultCatalog_.CreateFromReadyModule(id, &ready)) {
+        return ready;
+    }
     return CreateUnregistered(id, configPath);
 }
 

@@ -8,6 +8,7 @@
 
 using Orvik::ComponentInstanceInfo;
 using Orvik::LiveComponentMap;
+using Orvik::LiveMapGuard;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
@@ -20,7 +21,7 @@ class LiveEntryRoom {
 public:
     LiveEntryRoom()
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         live_ = Orvik::LiveMap();
         if (live_ != nullptr) live_->Reserve();
     }
@@ -28,7 +29,7 @@ public:
     ~LiveEntryRoom()
     {
         if (live_ == nullptr) return;
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         if (live_ == Orvik::LiveMap()) live_->Unreserve();
     }
     LiveEntryRoom(const LiveEntryRoom&) = delete;
@@ -38,7 +39,7 @@ public:
     // entry, with the latest creator.
     void Record(const ComponentInstanceInfo& info)
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         if (live_ != nullptr && live_ == Orvik::LiveMap()) {
             live_->Insert(info);
             live_->Unreserve();

@@ -90,7 +90,7 @@ void SettleOwedNotice(ModuleState& state)
 {
     bool notify = false;
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         notify = NoLiveComponent();
     }
     if (notify) SendIdleNotice(state.module);
@@ -118,7 +118,7 @@ ModuleCallScope::~ModuleCallScope()
 
 bool ModuleCanUnloadNow()
 {
-    ModuleLockGuard guard;
+    LiveMapGuard guard;
     if (!NoLiveComponent()) return false;
     // Either the last call has left, or it will find the debt as it leaves.
     ModuleState& state = State();
@@ -131,22 +131,24 @@ bool ModuleCanUnloadNow()
 
 void RemoveLiveComponent(const void* component, int32_t requestUnload)
 {
+    bool listed = false;
     bool idle = false;
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         LiveComponentMap* live = LiveMap();
         if (live == nullptr) return;  // the module is past its exit processing
-        if (!live->Erase(component)) {
-            OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
-            OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
-                            reinterpret_cast<uintptr_t>(component));
-        }
+        listed = live->Erase(component);
         idle = live->empty();
     }
-    // The factory is told without the module lock: it may be unloading
-    // other modules meanwhile, which needs the loader, whose holder may be
-    // waiting for this module's lock. The caller's ModuleCallScope keeps the
-    // module from being unloaded before this returns.
+    if (!listed) {
+        OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
+        OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
+                        reinterpret_cast<uintptr_t>(component));
+    }
+    // The factory is told without the live map's lock: it may be unloading
+    // other modules meanwhile, which needs the loader. The caller's
+    // ModuleCallScope keeps the module from being unloaded before this
+    // returns.
     if (idle && requestUnload != 0) SendIdleNotice(State().module);
 }
 
@@ -160,7 +162,8 @@ void ReleaseAutoReleasedComponents()
     for (;;) {
         IComponent* component = nullptr;
         {
-            ModuleLockGuard guard;
+            // GetAutoRelease is the component's own field, read in place.
+            LiveMapGuard guard;
             const LiveComponentMap* live = LiveMap();
             if (live == nullptr) return;
             component = live->LowestAbove(last, fromStart,
@@ -169,7 +172,7 @@ void ReleaseAutoReleasedComponents()
         if (component == nullptr) return;
         last = component;
         component->Release(0);
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         const LiveComponentMap* live = LiveMap();
         fromStart = live == nullptr || !live->Contains(last);
     }
@@ -177,7 +180,10 @@ void ReleaseAutoReleasedComponents()
 
 void ReportLeaks()
 {
-    ModuleLockGuard guard;
+    // The lines are written under the live map's lock: the report runs as
+    // the module ends, when no framework call is under way, and the walk
+    // needs the map to stay as it is.
+    LiveMapGuard guard;
     const LiveComponentMap* live = LiveMap();
     if (live == nullptr || live->empty()) return;
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";
