@@ -84,8 +84,11 @@ private:
     // Appends instance to the registered-instance list unless it is listed.
     void ListInstance(IComponent* instance);
     // A request that no registered instance answers (which may register
-    // one meanwhile).
-    IComponent* CreateUnregistered(ComponentId id, const char* configPath);
+    // one meanwhile). Out of line, so that a registered instance's request
+    // pays for none of it.
+    [[gnu::noinline]] IComponent* CreateUnregistered(ComponentId id, const char* configPath);
+    // The same under the state lock, through the catalog of configPath.
+    IComponent* CreateThroughCatalog(ComponentId id, const char* configPath);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
     void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);

@@ -57,6 +57,11 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
         if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
         return registered;
     }
+    return CreateUnregistered(id, configPath);
+}
+
+IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
+{
     // A scanned module of the default catalog that is loaded and was asked
     // before answers without the state lock too; a traced request goes the
     // locked way, where the trace hears its route.
@@ -65,10 +70,10 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
         defaultCatalog_.CreateFromReadyModule(id, &ready)) {
         return ready;
     }
-    return CreateUnregistered(id, configPath);
+    return CreateThroughCatalog(id, configPath);
 }
 
-IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
+IComponent* COrvikComponentFactory::CreateThroughCatalog(ComponentId id, const char* configPath)
 try {
     const StateGuard guard(stateLock_);
     if (IComponent* registered = registeredInstances_.Find(id)) {

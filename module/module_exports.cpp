@@ -57,13 +57,15 @@ private:
 // and reads as a creator that returned null.
 Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
 try {
-    const Orvik::ModuleCallScope inside;
     const Orvik::CreatorFunction creator = Orvik::FindCreator(static_cast<Orvik::ComponentId>(componentId));
     if (creator == nullptr) {
         OutputDebugLine("Orvik[Error]: Can't find the factory method of Component\n");
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
+    // While the room is reserved the module does not agree to be unloaded,
+    // so the creation needs no call scope of its own (the factory marks a
+    // creation it starts from before it looks the creator up).
     LiveEntryRoom room;
     // Creators run outside the module lock: they may load modules and call
     // back into this one.

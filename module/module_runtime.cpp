@@ -77,10 +77,11 @@ CreatorFunction FindCreator(ComponentId componentId)
 
 namespace {
 
+// Neither a live component nor one being made.
 bool NoLiveComponent()
 {
     const LiveComponentMap* live = LiveMap();
-    return live == nullptr || live->empty();
+    return live == nullptr || (live->empty() && !live->HasReservations());
 }
 
 // The last call out settles an idle notice that a refused unload left
@@ -98,11 +99,12 @@ void SettleOwedNotice(ModuleState& state)
 
 }  // namespace
 
-ModuleCallScope::ModuleCallScope() { State().calls.fetch_add(ModuleState::kOneCall); }
+namespace {
 
-ModuleCallScope::~ModuleCallScope()
+void EnterCall(ModuleState& state) { state.calls.fetch_add(ModuleState::kOneCall); }
+
+void LeaveCall(ModuleState& state)
 {
-    ModuleState& state = State();
     uint32_t calls = state.calls.load();
     for (;;) {
         if (calls == (ModuleState::kOneCall | ModuleState::kIdleNoticeOwed)) {
@@ -115,6 +117,12 @@ ModuleCallScope::~ModuleCallScope()
         if (state.calls.compare_exchange_weak(calls, calls - ModuleState::kOneCall)) return;
     }
 }
+
+}  // namespace
+
+ModuleCallScope::ModuleCallScope() { EnterCall(State()); }
+
+ModuleCallScope::~ModuleCallScope() { LeaveCall(State()); }
 
 bool ModuleCanUnloadNow()
 {
@@ -131,25 +139,37 @@ bool ModuleCanUnloadNow()
 
 void RemoveLiveComponent(const void* component, int32_t requestUnload)
 {
+    RemoveAndFreeComponent(component, nullptr, requestUnload);
+}
+
+void RemoveAndFreeComponent(const void* component, void* memory, int32_t requestUnload)
+{
+    ModuleState& state = State();
     bool listed = false;
-    bool idle = false;
+    bool notify = false;
     {
         LiveMapGuard guard;
         LiveComponentMap* live = LiveMap();
-        if (live == nullptr) return;  // the module is past its exit processing
-        listed = live->Erase(component);
-        idle = live->empty();
+        listed = live == nullptr || live->Erase(component);  // none past the module's exit processing
+        ::operator delete(memory);
+        notify = live != nullptr && live->empty() && requestUnload != 0;
+        // A module that falls idle is in use until its notice is sent:
+        // counted before the map shows it empty to anybody else.
+        if (notify) EnterCall(state);
     }
     if (!listed) {
         OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
         OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
                         reinterpret_cast<uintptr_t>(component));
     }
+    if (!notify) return;
     // The factory is told without the live map's lock: it may be unloading
-    // other modules meanwhile, which needs the loader. The caller's
-    // ModuleCallScope keeps the module from being unloaded before this
-    // returns.
-    if (idle && requestUnload != 0) SendIdleNotice(State().module);
+    // other modules meanwhile, which needs the loader.
+    struct Leaving {
+        ModuleState& state;
+        ~Leaving() { LeaveCall(state); }
+    } leaving{state};
+    SendIdleNotice(state.module);
 }
 
 void ReleaseAutoReleasedComponents()
