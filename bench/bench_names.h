@@ -39,6 +39,22 @@ constexpr const char* kRegisteredDirect = "request/registered/direct";
 constexpr const char* kIdleScanned = "idle/scanned/ptr";
 constexpr const char* kIdleSection = "idle/section/ptr";
 
+// Requests on several threads at once: one benchmark, whose counters are the
+// medians over the rounds of each path's operations per second on each
+// number of threads, summed over the threads (ThreadCounter names them).
+constexpr const char* kThreadRounds = "threads/rounds";
+constexpr const char* kMapFloorPath = "map-floor";
+constexpr const char* kLockedFloorPath = "locked-floor";
+constexpr const char* kRegisteredPath = "registered";
+constexpr const char* kScannedPath = "scanned";
+constexpr const char* kSectionPath = "section";
+constexpr int kThreadCounts[] = {1, 2, 4};
+
+inline std::string ThreadCounter(const char* path, int threads)
+{
+    return std::string(path) + "/" + std::to_string(threads) + "t";
+}
+
 // Each with its floor, sampled in pairs: reading the file, loading the
 // modules only.
 constexpr const char* kCatalogParse = "catalog/new-catalog-500KB";
@@ -59,6 +75,7 @@ constexpr const char* kPairRatio = "pair_ratio";
 constexpr const char* kPeakBytes = "peak_bytes";
 constexpr const char* kFileBytes = "file_bytes";
 
+void RegisterThreadBenchmarks();
 void RegisterRequestBenchmarks();
 void RegisterProcessBenchmarks();
 

@@ -42,7 +42,25 @@ World& World::Get()
 
 World::World() { error_ = SetUp(); }
 
-void World::CollectDebugLine(const char* text, void* self) { static_cast<World*>(self)->debugLines_.push_back(text); }
+// The sink runs on the writing thread, and requests run on several.
+void World::CollectDebugLine(const char* text, void* self)
+{
+    World& world = *static_cast<World*>(self);
+    std::lock_guard<std::mutex> guard(world.debugMutex_);
+    world.debugLines_.push_back(text);
+}
+
+size_t World::debugLines() const
+{
+    std::lock_guard<std::mutex> guard(debugMutex_);
+    return debugLines_.size();
+}
+
+std::string World::lastDebugLine() const
+{
+    std::lock_guard<std::mutex> guard(debugMutex_);
+    return debugLines_.empty() ? "" : debugLines_.back();
+}
 
 std::string World::SetUp()
 {
@@ -78,6 +96,8 @@ std::string World::SetUp()
           Expect("cross-module floor", client_->CrossModuleFloor(0), kPlainTag),
           Expect("loader lookups", LoaderLookups(sectionModule()), 3),
           Expect("idle-cycle floor", LoaderIdleCycle(plainPath_, 0), kPlainTag),
+          Expect("shared-map floor", client_->SharedMapFloor(0), kClientTag),
+          Expect("locked floor", client_->LockedFloor(0), kClientTag),
           Expect("in-module component", client_->OrvikInModule(0), kClientTag),
           Expect("cross-module component", client_->OrvikCrossModule(0), kScannedTag),
           Expect("held call", client_->HeldCall(0), kScannedTag),
@@ -158,7 +178,7 @@ std::string World::LoadBallast()
 
 std::vector<std::string> World::TearDown()
 {
-    const size_t before = debugLines_.size();
+    const size_t before = debugLines();
     if (error_.empty()) {
         client_->Release(0);
         for (int i : {kSectionModule, kScannedModule, kFillerModule}) pinned_[i]->Release(0);
@@ -175,6 +195,7 @@ std::vector<std::string> World::TearDown()
     }
     Platform::SetDebugSink(nullptr, nullptr);
     client_ = nullptr;
+    std::lock_guard<std::mutex> guard(debugMutex_);
     return std::vector<std::string>(debugLines_.begin() + static_cast<std::ptrdiff_t>(before), debugLines_.end());
 }
 

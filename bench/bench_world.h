@@ -11,6 +11,7 @@
 // finds the module loaded and opens it again. The plain module (built
 // without the framework) is opened with the loader itself and held.
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -44,9 +45,10 @@ public:
     // The plain module's native path, which the idle cycle's floor opens.
     const std::string& plainModulePath() const { return plainPath_; }
     IComponent* sharedInstance() const { return pinned_[kSharedModule]; }
-    // Debugger lines written so far: the framework's error reports.
-    size_t debugLines() const { return debugLines_.size(); }
-    std::string lastDebugLine() const { return debugLines_.empty() ? "" : debugLines_.back(); }
+    // Debugger lines written so far: the framework's error reports, from
+    // whichever thread wrote them.
+    size_t debugLines() const;
+    std::string lastDebugLine() const;
 
     // Releases everything in the order a host does; the debugger lines
     // written meanwhile are returned.
@@ -62,6 +64,7 @@ private:
     static void CollectDebugLine(const char* text, void* self);
 
     std::string error_;
+    mutable std::mutex debugMutex_;
     std::vector<std::string> debugLines_;
     Platform::ModuleHandle modules_[kProviderCount] = {};
     Exports::CreateComponent::Function creators_[kProviderCount] = {};

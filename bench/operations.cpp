@@ -23,6 +23,8 @@ bool CrossModuleAndLookupsFloor(World& world, int32_t x)
     return CrossModuleFloor(world, x) && LoaderLookupsFloor(world, x);
 }
 bool IdleCycleFloor(World& world, int32_t x) { return LoaderIdleCycle(world.plainModulePath(), x) == x + kPlainTag; }
+bool SharedMapFloor(World& world, int32_t x) { return world.client()->SharedMapFloor(x) == x + kClientTag; }
+bool LockedFloor(World& world, int32_t x) { return world.client()->LockedFloor(x) == x + kClientTag; }
 bool HeldCall(World& world, int32_t x) { return world.client()->HeldCall(x) == x + kScannedTag; }
 
 bool OrvikInModule(World& world, int32_t x) { return world.client()->OrvikInModule(x) == x + kClientTag; }

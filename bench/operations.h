@@ -17,6 +17,9 @@ bool CrossModuleFloor(World& world, int32_t x);
 bool LoaderLookupsFloor(World& world, int32_t x);
 bool CrossModuleAndLookupsFloor(World& world, int32_t x);
 bool IdleCycleFloor(World& world, int32_t x);
+// The floors of requests made on several threads at once.
+bool SharedMapFloor(World& world, int32_t x);
+bool LockedFloor(World& world, int32_t x);
 // A gauge that makes nothing: a call of a held component.
 bool HeldCall(World& world, int32_t x);
 

@@ -7,7 +7,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -15,6 +14,7 @@
 
 #include "bench/bench_files.h"
 #include "bench/bench_names.h"
+#include "bench/median.h"
 
 namespace Orvik::Bench {
 
@@ -47,14 +47,6 @@ ChildSample RunChild(const std::string& arguments)
     fields >> verdict >> nanoseconds >> bytes;
     if (status != 0 || verdict != "ok") return ChildSample{"child: " + (line.empty() ? "no output" : line), 0, 0};
     return ChildSample{"", static_cast<double>(nanoseconds) * 1e-9, static_cast<double>(bytes)};
-}
-
-// The middle value; the mean of the two middle ones for an even count.
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
 // Two children per iteration, the work and its floor, in turns first; the

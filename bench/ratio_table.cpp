@@ -60,7 +60,7 @@ public:
     {
         return Time(name) / Counter(name, floor);
     }
-    double Counter(const std::string& name, const char* counter) const
+    double Counter(const std::string& name, const std::string& counter) const
     {
         const Result* result = Find(name);
         if (result == nullptr) return NAN;
@@ -125,6 +125,42 @@ std::string Duration(double seconds)
     return text;
 }
 
+// Operations per second of a path on a number of threads, from the
+// threads' rounds.
+double PerSecond(const Figures& f, const char* path, int threads)
+{
+    return f.Counter(NameAt(kThreadRounds, kQuiet), ThreadCounter(path, threads));
+}
+
+void PrintThreadTable(const Figures& f)
+{
+    struct Line {
+        const char* label;
+        const char* path;
+    };
+    const Line lines[] = {
+        {"floor: lookup in a map nobody changes + one virtual call", kMapFloorPath},
+        {"floor: new / map insert / virtual call / erase / delete behind one global std::mutex", kLockedFloorPath},
+        {"registered-instance request (TOrvikPtr)", kRegisteredPath},
+        {"scanned-module request (TOrvikPtr)", kScannedPath},
+        {"section-module request (TOrvikPtr)", kSectionPath},
+    };
+    std::printf("\nOn threads: millions of operations per second, summed over the threads (wall time, medians of the "
+                "rounds)\n\n| path | 1 thread | 2 threads | 4 threads |\n|---|---|---|---|\n");
+    for (const Line& line : lines) {
+        std::printf("| %s |", line.label);
+        for (int threads : kThreadCounts) {
+            const double value = PerSecond(f, line.path, threads);
+            if (std::isnan(value)) {
+                std::printf(" - |");
+            } else {
+                std::printf(" %.2f |", value / 1e6);
+            }
+        }
+        std::printf("\n");
+    }
+}
+
 }  // namespace
 
 bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObjectsAtStart)
@@ -151,6 +187,22 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
         return [&f, name] { return Duration(f.Counter(name, kFloorSeconds)); };
     };
     auto none = [] { return std::string(); };
+    // On threads: operations per second on more threads over those on fewer,
+    // beside the same for the floor the path is set against.
+    auto scaling = [&](const char* path, int more, int fewer) {
+        return [&f, path, more, fewer] { return PerSecond(f, path, more) / PerSecond(f, path, fewer); };
+    };
+    auto floorScaling = [&](const char* label, const char* floorPath, int more, int fewer) {
+        return [&f, label, floorPath, more, fewer] {
+            const double ratio = PerSecond(f, floorPath, more) / PerSecond(f, floorPath, fewer);
+            if (std::isnan(ratio)) return std::string("-");
+            char text[64];
+            std::snprintf(text, sizeof text, "%s %.2f", label, ratio);
+            return std::string(text);
+        };
+    };
+    const char* const mapFloor = "map floor";
+    const char* const lockedFloor = "locked floor";
 
     const char* const inModule = "in-module floor ";
     const std::vector<Row> rows = {
@@ -178,6 +230,18 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
          flat(kIdleScanned, kFiftyMoreObjects, kQuiet, kFloorSeconds), none},
         {"idle section module: 70 / 20 loaded objects, each over its floor", Target::Within, 0.1,
          flat(kIdleSection, kFiftyMoreObjects, kQuiet, kFloorSeconds), none},
+        {"registered-instance request (TOrvikPtr), operations/s: 2 / 1 threads", Target::AtLeast, 1.6,
+         scaling(kRegisteredPath, 2, 1), floorScaling(mapFloor, kMapFloorPath, 2, 1)},
+        {"registered-instance request (TOrvikPtr), operations/s: 4 / 2 threads", Target::AtLeast, 0.95,
+         scaling(kRegisteredPath, 4, 2), floorScaling(mapFloor, kMapFloorPath, 4, 2)},
+        {"scanned-module request (TOrvikPtr), operations/s: 2 / 1 threads", Target::AtLeast, 1.0,
+         scaling(kScannedPath, 2, 1), floorScaling(lockedFloor, kLockedFloorPath, 2, 1)},
+        {"scanned-module request (TOrvikPtr), operations/s: 4 / 2 threads", Target::AtLeast, 0.9,
+         scaling(kScannedPath, 4, 2), floorScaling(lockedFloor, kLockedFloorPath, 4, 2)},
+        {"section-module request (TOrvikPtr), operations/s: 2 / 1 threads", Target::AtLeast, 1.0,
+         scaling(kSectionPath, 2, 1), floorScaling(lockedFloor, kLockedFloorPath, 2, 1)},
+        {"section-module request (TOrvikPtr), operations/s: 4 / 2 threads", Target::AtLeast, 0.9,
+         scaling(kSectionPath, 4, 2), floorScaling(lockedFloor, kLockedFloorPath, 4, 2)},
 
         {"framework's in-module component / in-module floor", Target::None, 0, over(kOrvikInModule, kQuiet),
          floorOf(kOrvikInModule, kQuiet)},
@@ -203,7 +267,8 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
          0, flat(kRegisteredPtr, kManyInstances, kManyObjects, kFloorSeconds), none},
     };
 
-    std::printf("\n== Orvik benchmark ratios: medians, processor time (the process started with %d loaded objects)\n\n",
+    std::printf("\n== Orvik benchmark ratios: medians, processor time, on threads wall time (the process started with "
+                "%d loaded objects)\n\n",
                 loadedObjectsAtStart);
     std::printf("| ratio | measured | target | result | floor |\n|---|---|---|---|---|\n");
     bool allHold = true;
@@ -217,6 +282,8 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
                     measured ? std::to_string(std::round(value * 1000) / 1000).substr(0, 5).c_str() : "-",
                     TargetText(row.target, row.bound).c_str(), verdict, row.floor().c_str());
     }
+
+    PrintThreadTable(f);
 
     std::printf("\nFloors on their own (no framework code) and absolute figures:\n");
     std::printf("  %s%s, cross-module floor %s, three loader lookups %s, loader's idle cycle %s\n", inModule,

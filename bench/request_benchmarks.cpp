@@ -9,33 +9,13 @@
 #include <cmath>
 #include <ctime>
 
+#include "bench/bench_checks.h"
 #include "bench/bench_names.h"
 #include "bench/operations.h"
 
 namespace Orvik::Bench {
 
 namespace {
-
-// The world crowded as asked, or null after failing the benchmark.
-World* Prepare(benchmark::State& state, const Crowding& crowding)
-{
-    World& world = World::Get();
-    const std::string failure = world.CrowdAtLeastTo(crowding);
-    if (!failure.empty()) {
-        state.SkipWithError(failure.c_str());
-        return nullptr;
-    }
-    return &world;
-}
-
-void Finish(benchmark::State& state, const World& world, size_t linesBefore, int64_t wrongAnswers)
-{
-    if (wrongAnswers != 0) {
-        state.SkipWithError((std::to_string(wrongAnswers) + " answers came from the wrong module or none").c_str());
-    } else if (world.debugLines() != linesBefore) {
-        state.SkipWithError(("debugger line: " + world.lastDebugLine()).c_str());
-    }
-}
 
 double SecondsSince(std::clock_t start) { return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC; }
 
@@ -108,12 +88,7 @@ void MeasureRegistered(benchmark::State& state, Work work, Crowding crowding)
     World* world = Prepare(state, crowding);
     if (world == nullptr) return;
     MeasureOperation(state, work, crowding, InModuleFloor, HeldCall);
-    if (state.error_occurred()) return;
-    IOrvikComponentFactory* factory = world->factory();
-    if (factory->CreateComponentByID(kSharedId, nullptr) != world->sharedInstance() ||
-        factory->IsRegisteredInstance(world->sharedInstance()) != 1) {
-        state.SkipWithError("the registered instance was replaced or dropped");
-    }
+    if (!state.error_occurred()) CheckRegisteredInstance(state, *world);
 }
 
 void AddFloor(const char* base, Work floor, Crowding crowding = kQuiet)

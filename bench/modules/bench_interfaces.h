@@ -79,6 +79,14 @@ public:
     virtual void SetPlainCreator(void (*create)()) = 0;
     virtual int32_t CrossModuleFloor(int32_t x) = 0;
 
+    // The floors of requests made on several threads at once, inside the
+    // client module. The shared-map floor looks an id up in a map of held
+    // objects that nobody changes and calls the one found; the locked floor
+    // is the in-module floor's work (new, map insert, virtual call, erase,
+    // delete) with one global std::mutex held around all of it.
+    virtual int32_t SharedMapFloor(int32_t x) = 0;
+    virtual int32_t LockedFloor(int32_t x) = 0;
+
     // The framework's own module-side costs, rows of their own: a component
     // of the client's module through its creation path, and one of another
     // module through that module's CreateComponent export, looked up once

@@ -2,6 +2,10 @@
 // code does, through TOrvikPtr with the module's own registry path and
 // factory pointer.
 
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
 #include "bench/modules/bench_interfaces.h"
 #include "bench/modules/plain_probe.h"
 #include "orvik/bootstrap/orvik_ptr.h"
@@ -19,6 +23,19 @@ public:
     int32_t Work(int32_t x) override { return x + kClientTag; }
     void Uninitialize() override {}
 };
+
+// The shared-map floor's map: the object asked for answers with the
+// client's tag, the others with the filler's; ten entries, as many as the
+// instances registered in the quiet world.
+constexpr size_t kHeldFillers = 9;
+using HeldMap = std::unordered_map<ComponentId, PlainProbe*>;
+
+HeldMap MapOf(PlainProbe* asked, std::vector<PlainLiveProbe>& others)
+{
+    HeldMap map{{kSharedId, asked}};
+    for (size_t i = 0; i < others.size(); ++i) map.emplace(kFillerRegistryBase + static_cast<ComponentId>(i), &others[i]);
+    return map;
+}
 
 template <ComponentId Id>
 int32_t RequestThroughPtr(int32_t x)
@@ -59,6 +76,16 @@ public:
         const int32_t result = probe->Work(x);
         probe->Release();
         return result;
+    }
+    int32_t SharedMapFloor(int32_t x) override
+    {
+        const auto found = heldMap_.find(kSharedId);
+        return found != heldMap_.end() ? found->second->Work(x) : kNoComponent;
+    }
+    int32_t LockedFloor(int32_t x) override
+    {
+        std::lock_guard<std::mutex> guard(floorMutex_);
+        return CBenchClient::InModuleFloor(x);
     }
 
     int32_t OrvikInModule(int32_t x) override
@@ -125,6 +152,10 @@ private:
     Exports::CreateComponent::Function crossCreate_ = nullptr;
     ComponentId crossId_ = 0;
     IBenchProbe* held_ = nullptr;
+    PlainLiveProbe heldAsked_{kClientTag};
+    std::vector<PlainLiveProbe> heldOthers_ = std::vector<PlainLiveProbe>(kHeldFillers, PlainLiveProbe(kFillerTag));
+    const HeldMap heldMap_ = MapOf(&heldAsked_, heldOthers_);
+    std::mutex floorMutex_;
 };
 
 TComponentRegistrar<CBenchClient> clientRegistrar;
