@@ -6,17 +6,16 @@
 //
 // Each id has an entry that lives as long as the catalog. Its module and
 // entry point are written together under the owner's lock, between two
-// steps of a version count (odd while they change), so a reader sees both
-// of one writing or tries again under the lock. A reader counts itself in
-// the entry's callers before it reads the module and out after the
-// creation has returned; whoever frees a module first withdraws it from
-// every entry and then asks whether callers are still counted in an entry
-// that held it (both in one total order, so one of them sees the other).
-// An entry that held one module takes another only while no caller is
-// counted in it, so "the module the entry held last" names every module a
-// counted caller may be using.
+// steps of a version count (odd while they change). A reader takes both,
+// names the module in a place of its own (found from its stack address, so
+// that threads write to lines of their own), and checks that the version
+// has not moved meanwhile; it clears the place once the creation has
+// returned. Whoever frees a module first withdraws it from every entry and
+// then looks for it in the places (both in one total order, so either the
+// reader sees the withdrawal or the withdrawer sees the reader).
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 
@@ -31,23 +30,26 @@ class ReadyCreations {
 public:
     using CreateFunction = Exports::CreateComponent::Function;
 
+    ReadyCreations() = default;
+    ReadyCreations(const ReadyCreations&) = delete;
+    ReadyCreations& operator=(const ReadyCreations&) = delete;
+
     // Without any lock. Makes the component through the id's ready entry
     // and returns true, with the component (null when the creator made
-    // none) in *component; false when the id has no ready entry, and the
-    // caller goes the locked way.
+    // none) in *component; false when the id is not ready, or no place was
+    // free, and the caller goes the locked way.
     bool TryCreate(ComponentId componentId, IComponent** component);
 
     // Under the owner's lock. Makes the id ready with this module and entry
-    // point, unless a caller is still counted in an entry that held another
-    // module. Needs memory for a new id; without it the id is simply not
-    // made ready.
+    // point. Needs memory for a new id; without it the id is simply not made
+    // ready.
     void Publish(ComponentId componentId, Platform::ModuleHandle module, CreateFunction createComponent);
     // Under the owner's lock: the id is no longer ready (its record changed).
     void Withdraw(ComponentId componentId);
     // Under the owner's lock: no id is ready through module any more.
     void WithdrawModule(Platform::ModuleHandle module);
-    // Under the owner's lock, after WithdrawModule(module): a creation
-    // through module that began without the lock has not yet returned.
+    // After WithdrawModule(module): a creation through module that began
+    // without the lock has not yet returned.
     bool CreatingThrough(Platform::ModuleHandle module) const;
 
 private:
@@ -55,16 +57,24 @@ private:
         std::atomic<uint32_t> version{0};
         std::atomic<Platform::ModuleHandle> module{nullptr};
         std::atomic<CreateFunction> createComponent{nullptr};
-        std::atomic<uint32_t> callers{0};
-        // The module the entry held last; written under the owner's lock.
-        Platform::ModuleHandle lastModule = nullptr;
     };
+    // A line of its own each, so that threads do not share what they write.
+    struct alignas(64) Place {
+        std::atomic<Platform::ModuleHandle> module{nullptr};
+    };
+    static constexpr size_t kPlaces = 64;
+    // Tried in turn from the thread's own, before giving up.
+    static constexpr size_t kPlacesTried = 4;
+
     // Under the owner's lock.
     static void Write(Entry& entry, Platform::ModuleHandle module, CreateFunction createComponent);
+    // A free place, taken for module; null when the few tried were taken.
+    Place* TakePlace(Platform::ModuleHandle module);
 
     TOpenHashMap<ComponentId, Entry> index_;
     // The entries, where they stay while the deque grows.
     std::deque<Entry> entries_;
+    Place places_[kPlaces];
 };
 
 }  // namespace Orvik
