@@ -58,9 +58,12 @@ private:
         std::atomic<Platform::ModuleHandle> module{nullptr};
         std::atomic<CreateFunction> createComponent{nullptr};
     };
-    // A line of its own each, so that threads do not share what they write.
-    struct alignas(64) Place {
+    // A cache line's length apart, so that threads do not share what they
+    // write. (Padded rather than aligned: the catalog, and the factory that
+    // holds one, stay in memory of the ordinary alignment.)
+    struct Place {
         std::atomic<Platform::ModuleHandle> module{nullptr};
+        char padding[64 - sizeof(std::atomic<Platform::ModuleHandle>)];
     };
     static constexpr size_t kPlaces = 64;
     // Tried in turn from the thread's own, before giving up.

@@ -137,12 +137,26 @@ bool ModuleCanUnloadNow()
     }
 }
 
-void RemoveLiveComponent(const void* component, int32_t requestUnload)
+namespace {
+
+// Memory from the global operator new for an object of that alignment.
+void FreeMemory(void* memory, size_t alignment)
 {
-    RemoveAndFreeComponent(component, nullptr, requestUnload);
+    if (alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
+        ::operator delete(memory, std::align_val_t(alignment));
+    } else {
+        ::operator delete(memory);
+    }
 }
 
-void RemoveAndFreeComponent(const void* component, void* memory, int32_t requestUnload)
+}  // namespace
+
+void RemoveLiveComponent(const void* component, int32_t requestUnload)
+{
+    RemoveAndFreeComponent(component, nullptr, 1, requestUnload);
+}
+
+void RemoveAndFreeComponent(const void* component, void* memory, size_t alignment, int32_t requestUnload)
 {
     ModuleState& state = State();
     bool listed = false;
@@ -151,7 +165,7 @@ void RemoveAndFreeComponent(const void* component, void* memory, int32_t request
         LiveMapGuard guard;
         LiveComponentMap* live = LiveMap();
         listed = live == nullptr || live->Erase(component);  // none past the module's exit processing
-        ::operator delete(memory);
+        FreeMemory(memory, alignment);
         notify = live != nullptr && live->empty() && requestUnload != 0;
         // A module that falls idle is in use until its notice is sent:
         // counted before the map shows it empty to anybody else.

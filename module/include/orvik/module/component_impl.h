@@ -115,7 +115,7 @@ private:
         // the memory goes as the live map forgets the address.
         Class* object = static_cast<Class*>(this);
         object->~Class();
-        RemoveAndFreeComponent(address, object, requestUnload);
+        RemoveAndFreeComponent(address, object, alignof(Class), requestUnload);
     }
 
 public:

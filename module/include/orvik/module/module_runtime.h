@@ -4,6 +4,7 @@
 /// record of its live components, its lock and module-wide values. Each
 /// module has its own copy; nothing here is shared between modules.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "orvik/module/component.h"
@@ -30,10 +31,10 @@ CreatorFunction FindCreator(ComponentId componentId);
 /// factory is told that this module is idle.
 void RemoveLiveComponent(const void* component, int32_t requestUnload);
 /// RemoveLiveComponent for a component destroyed in memory from the global
-/// operator new: the memory is freed as the map forgets the address, under
-/// the same lock, so that no creation on another thread can take the
-/// address while it is still listed.
-void RemoveAndFreeComponent(const void* component, void* memory, int32_t requestUnload);
+/// operator new for an object of that alignment: the memory is freed as the
+/// map forgets the address, under the same lock, so that no creation on
+/// another thread can take the address while it is still listed.
+void RemoveAndFreeComponent(const void* component, void* memory, size_t alignment, int32_t requestUnload);
 
 /// Writes one line per component still live; releases nothing.
 void ReportLeaks();
