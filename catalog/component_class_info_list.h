@@ -23,6 +23,7 @@
 #include "catalog/catalog_observer.h"
 #include "catalog/catalog_view.h"
 #include "catalog/config_records.h"
+#include "catalog/ready_creations.h"
 #include "orvik/module/component.h"
 #include "orvik/module/factory_inspection.h"
 #include "orvik/module/module_exports.h"
@@ -113,6 +114,10 @@ public:
     // A component made by the module that provides componentId: its own
     // section's, a scanned one or the default module; null when none does.
     IComponent* CreateComponentFromDll(ComponentId componentId);
+    // Without the owner's lock: true when a scanned module already loaded
+    // and asked before answered the request, with its component (or null)
+    // in *component; false when the request needs CreateComponentFromDll.
+    bool CreateFromReadyModule(ComponentId componentId, IComponent** component);
     // Scans the names that failed to load again.
     void RescanFailedDlls();
     // Drops the catalog's references to a module that may leave memory.
@@ -137,9 +142,11 @@ public:
     // The lock the owner holds around every call of the catalog; the catalog
     // leaves it while a provider's CreateComponent runs. None by default.
     void SetOwnerLock(std::recursive_mutex* lock);
-    // A provider's CreateComponent, found through module, runs or is about
-    // to: the module must stay loaded.
-    bool IsCreatingThrough(Platform::ModuleHandle module) const;
+    // Before a module is freed: no request finds it through
+    // CreateFromReadyModule any more. False while a provider's
+    // CreateComponent, found through module, runs or is about to: the module
+    // must stay loaded.
+    bool PrepareUnload(Platform::ModuleHandle module);
 
     // Every message of the catalog is one debugger line.
     static void OutputDebugLine(const char* format, ...)
@@ -239,6 +246,8 @@ private:
     // The module of each creation under way, once per creation. Few run at
     // once; the vector keeps its capacity, so a request allocates nothing.
     std::vector<Platform::ModuleHandle> creating_;
+    // The scanned ids a request may create without the owner's lock.
+    ReadyCreations ready_;
 };
 
 }  // namespace Orvik

@@ -52,9 +52,19 @@ private:
 
 void CComponentClassInfoList::SetOwnerLock(std::recursive_mutex* lock) { ownerLock_ = lock; }
 
-bool CComponentClassInfoList::IsCreatingThrough(Platform::ModuleHandle module) const
+bool CComponentClassInfoList::PrepareUnload(Platform::ModuleHandle module)
 {
-    return std::find(creating_.begin(), creating_.end(), module) != creating_.end();
+    ready_.WithdrawModule(module);
+    return !ready_.CreatingThrough(module) && std::find(creating_.begin(), creating_.end(), module) == creating_.end();
+}
+
+bool CComponentClassInfoList::CreateFromReadyModule(ComponentId componentId, IComponent** component)
+{
+    if (!ready_.TryCreate(componentId, component)) return false;
+    if (*component == nullptr) {
+        OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n", componentId);
+    }
+    return true;
 }
 
 IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponent::Function createComponent,
@@ -183,6 +193,7 @@ IComponent* CComponentClassInfoList::CreateFromDllList(ComponentId componentId)
     DllListClassInfo& record = found->second;
     if (record.createComponent == nullptr) InitOrvikModule(record);
     if (record.createComponent != nullptr) {
+        ready_.Publish(componentId, record.module, record.createComponent);
         return CallCreateComponent(record.createComponent, record.module, componentId);
     }
     OutputDebugLine("[Orvik_Error] InitOrvikModule Fail.\n");
@@ -266,6 +277,7 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
 {
     // In the records a null handle means "not loaded", never a module.
     if (module == nullptr) return;
+    ready_.WithdrawModule(module);
     bool released = false;
     if (hasDllList != 0) {
         // Every reference the scan and the reloads took: a module loaded
@@ -294,6 +306,7 @@ void CComponentClassInfoList::FreeModule(Platform::ModuleHandle module)
 
 void CComponentClassInfoList::ClearModuleRecords(Platform::ModuleHandle module)
 {
+    ready_.WithdrawModule(module);
     for (auto& entry : dllListRecords) {
         if (entry.second.module != module) continue;
         entry.second.module = nullptr;

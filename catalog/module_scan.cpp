@@ -47,6 +47,7 @@ void CComponentClassInfoList::RecordScannedModule(Platform::ModuleHandle module,
         DllListClassInfo record{module, nullptr, {}};
         CopyString(record.dllName, sizeof record.dllName, name);
         dllListRecords[ids[i]] = record;
+        ready_.Withdraw(ids[i]);
     }
 }
 

@@ -23,7 +23,7 @@
 #include "log/log_files.h"
 #include "factory/factory_inspection.h"
 #include "factory/grow_only_set.h"
-#include "factory/open_hash_map.h"
+#include "util/open_hash_map.h"
 #include "orvik/module/component_factory.h"
 #include "orvik/module/component_impl.h"
 #include "orvik/platform/lock.h"
@@ -83,8 +83,11 @@ private:
     // Appends instance to the registered-instance list unless it is listed.
     void ListInstance(IComponent* instance);
     // A request that no registered instance answers (which may register
-    // one meanwhile).
-    IComponent* CreateUnregistered(ComponentId id, const char* configPath);
+    // one meanwhile). Out of line, so that a registered instance's request
+    // pays for none of it.
+    [[gnu::noinline]] IComponent* CreateUnregistered(ComponentId id, const char* configPath);
+    // The same under the state lock, through the catalog of configPath.
+    IComponent* CreateThroughCatalog(ComponentId id, const char* configPath);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
     void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);

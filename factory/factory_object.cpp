@@ -61,6 +61,19 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
 }
 
 IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
+{
+    // A scanned module of the default catalog that is loaded and was asked
+    // before answers without the state lock too; a traced request goes the
+    // locked way, where the trace hears its route.
+    IComponent* ready = nullptr;
+    if ((configPath == nullptr || configPath[0] == '\0') && !Trace::Active() &&
+        defaultCatalog_.CreateFromReadyModule(id, &ready)) {
+        return ready;
+    }
+    return CreateThroughCatalog(id, configPath);
+}
+
+IComponent* COrvikComponentFactory::CreateThroughCatalog(ComponentId id, const char* configPath)
 try {
     const StateGuard guard(stateLock_);
     if (IComponent* registered = registeredInstances_.Find(id)) {

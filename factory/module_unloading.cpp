@@ -22,7 +22,7 @@ try {
     // A creation through the module is under way: it stays. Its component
     // will say when the module is idle again.
     bool creating = false;
-    ForEachCatalog([&](CComponentClassInfoList& catalog) { creating = creating || catalog.IsCreatingThrough(module); });
+    ForEachCatalog([&](CComponentClassInfoList& catalog) { creating = !catalog.PrepareUnload(module) || creating; });
     if (creating) return refused(kOrvikRefusedCreating);
     // Also missing for a handle that names no loaded module.
     auto canUnloadNow = FindModuleExport<Exports::OrvikDllCanUnloadNow>(module);

@@ -29,6 +29,8 @@ public:
     // by one Unreserve, after the Insert it was for, if any.
     void Reserve();
     void Unreserve() { --reserved_; }
+    // A creation holds room: the module is in use.
+    bool HasReservations() const { return reserved_ != 0; }
     // Adds the component, or replaces its entry. Growing may throw
     // std::bad_alloc; the map is unchanged then.
     void Insert(const ComponentInstanceInfo& info);

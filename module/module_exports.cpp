@@ -8,6 +8,7 @@
 
 using Orvik::ComponentInstanceInfo;
 using Orvik::LiveComponentMap;
+using Orvik::LiveMapGuard;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
@@ -20,7 +21,7 @@ class LiveEntryRoom {
 public:
     LiveEntryRoom()
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         live_ = Orvik::LiveMap();
         if (live_ != nullptr) live_->Reserve();
     }
@@ -28,7 +29,7 @@ public:
     ~LiveEntryRoom()
     {
         if (live_ == nullptr) return;
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         if (live_ == Orvik::LiveMap()) live_->Unreserve();
     }
     LiveEntryRoom(const LiveEntryRoom&) = delete;
@@ -38,7 +39,7 @@ public:
     // entry, with the latest creator.
     void Record(const ComponentInstanceInfo& info)
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         if (live_ != nullptr && live_ == Orvik::LiveMap()) {
             live_->Insert(info);
             live_->Unreserve();
@@ -56,13 +57,15 @@ private:
 // and reads as a creator that returned null.
 Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
 try {
-    const Orvik::ModuleCallScope inside;
     const Orvik::CreatorFunction creator = Orvik::FindCreator(static_cast<Orvik::ComponentId>(componentId));
     if (creator == nullptr) {
         OutputDebugLine("Orvik[Error]: Can't find the factory method of Component\n");
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
+    // While the room is reserved the module does not agree to be unloaded,
+    // so the creation needs no call scope of its own (the factory marks a
+    // creation it starts from before it looks the creator up).
     LiveEntryRoom room;
     // Creators run outside the module lock: they may load modules and call
     // back into this one.

@@ -77,10 +77,11 @@ CreatorFunction FindCreator(ComponentId componentId)
 
 namespace {
 
+// Neither a live component nor one being made.
 bool NoLiveComponent()
 {
     const LiveComponentMap* live = LiveMap();
-    return live == nullptr || live->empty();
+    return live == nullptr || (live->empty() && !live->HasReservations());
 }
 
 // The last call out settles an idle notice that a refused unload left
@@ -90,7 +91,7 @@ void SettleOwedNotice(ModuleState& state)
 {
     bool notify = false;
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         notify = NoLiveComponent();
     }
     if (notify) SendIdleNotice(state.module);
@@ -98,11 +99,12 @@ void SettleOwedNotice(ModuleState& state)
 
 }  // namespace
 
-ModuleCallScope::ModuleCallScope() { State().calls.fetch_add(ModuleState::kOneCall); }
+namespace {
 
-ModuleCallScope::~ModuleCallScope()
+void EnterCall(ModuleState& state) { state.calls.fetch_add(ModuleState::kOneCall); }
+
+void LeaveCall(ModuleState& state)
 {
-    ModuleState& state = State();
     uint32_t calls = state.calls.load();
     for (;;) {
         if (calls == (ModuleState::kOneCall | ModuleState::kIdleNoticeOwed)) {
@@ -116,9 +118,15 @@ ModuleCallScope::~ModuleCallScope()
     }
 }
 
+}  // namespace
+
+ModuleCallScope::ModuleCallScope() { EnterCall(State()); }
+
+ModuleCallScope::~ModuleCallScope() { LeaveCall(State()); }
+
 bool ModuleCanUnloadNow()
 {
-    ModuleLockGuard guard;
+    LiveMapGuard guard;
     if (!NoLiveComponent()) return false;
     // Either the last call has left, or it will find the debt as it leaves.
     ModuleState& state = State();
@@ -129,25 +137,53 @@ bool ModuleCanUnloadNow()
     }
 }
 
+namespace {
+
+// Memory from the global operator new for an object of that alignment.
+void FreeMemory(void* memory, size_t alignment)
+{
+    if (alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
+        ::operator delete(memory, std::align_val_t(alignment));
+    } else {
+        ::operator delete(memory);
+    }
+}
+
+}  // namespace
+
 void RemoveLiveComponent(const void* component, int32_t requestUnload)
 {
-    bool idle = false;
+    RemoveAndFreeComponent(component, nullptr, 1, requestUnload);
+}
+
+void RemoveAndFreeComponent(const void* component, void* memory, size_t alignment, int32_t requestUnload)
+{
+    ModuleState& state = State();
+    bool listed = false;
+    bool notify = false;
     {
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         LiveComponentMap* live = LiveMap();
-        if (live == nullptr) return;  // the module is past its exit processing
-        if (!live->Erase(component)) {
-            OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
-            OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
-                            reinterpret_cast<uintptr_t>(component));
-        }
-        idle = live->empty();
+        listed = live == nullptr || live->Erase(component);  // none past the module's exit processing
+        FreeMemory(memory, alignment);
+        notify = live != nullptr && live->empty() && requestUnload != 0;
+        // A module that falls idle is in use until its notice is sent:
+        // counted before the map shows it empty to anybody else.
+        if (notify) EnterCall(state);
     }
-    // The factory is told without the module lock: it may be unloading
-    // other modules meanwhile, which needs the loader, whose holder may be
-    // waiting for this module's lock. The caller's ModuleCallScope keeps the
-    // module from being unloaded before this returns.
-    if (idle && requestUnload != 0) SendIdleNotice(State().module);
+    if (!listed) {
+        OutputDebugLine("Orvik[Error]: To remove a component not exist\n");
+        OutputDebugLine("Orvik[Error]: IComponent* = 0x%0*" PRIXPTR "\n", static_cast<int>(2 * sizeof(void*)),
+                        reinterpret_cast<uintptr_t>(component));
+    }
+    if (!notify) return;
+    // The factory is told without the live map's lock: it may be unloading
+    // other modules meanwhile, which needs the loader.
+    struct Leaving {
+        ModuleState& state;
+        ~Leaving() { LeaveCall(state); }
+    } leaving{state};
+    SendIdleNotice(state.module);
 }
 
 void ReleaseAutoReleasedComponents()
@@ -160,7 +196,8 @@ void ReleaseAutoReleasedComponents()
     for (;;) {
         IComponent* component = nullptr;
         {
-            ModuleLockGuard guard;
+            // GetAutoRelease is the component's own field, read in place.
+            LiveMapGuard guard;
             const LiveComponentMap* live = LiveMap();
             if (live == nullptr) return;
             component = live->LowestAbove(last, fromStart,
@@ -169,7 +206,7 @@ void ReleaseAutoReleasedComponents()
         if (component == nullptr) return;
         last = component;
         component->Release(0);
-        ModuleLockGuard guard;
+        LiveMapGuard guard;
         const LiveComponentMap* live = LiveMap();
         fromStart = live == nullptr || !live->Contains(last);
     }
@@ -177,7 +214,10 @@ void ReleaseAutoReleasedComponents()
 
 void ReportLeaks()
 {
-    ModuleLockGuard guard;
+    // The lines are written under the live map's lock: the report runs as
+    // the module ends, when no framework call is under way, and the walk
+    // needs the map to stay as it is.
+    LiveMapGuard guard;
     const LiveComponentMap* live = LiveMap();
     if (live == nullptr || live->empty()) return;
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";

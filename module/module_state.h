@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "module/live_component_map.h"
+#include "module/short_lock.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/platform/lock.h"
 
@@ -30,6 +31,10 @@ struct ModuleState {
     std::atomic<uint32_t> calls{0};
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
+    // Guards the live map and, with it, the decision that the module is
+    // idle: the map's few instructions on every creation and release need
+    // no re-entrant lock, and nothing calls out while it is held.
+    ShortLock liveLock;
     CreatorEntry creators[kMaxCreators] = {};
     // Written under the lock after the entry it shows, so readers need none.
     std::atomic<uint32_t> creatorCount{0};
@@ -38,6 +43,12 @@ struct ModuleState {
 ModuleState& State();
 // Null once the module's exit processing has destroyed it.
 LiveComponentMap* LiveMap();
+
+// Holds the live map's lock for its own lifetime.
+class LiveMapGuard : public ShortLockGuard {
+public:
+    LiveMapGuard() : ShortLockGuard(State().liveLock) {}
+};
 
 // RAII guard for the module lock.
 class ModuleLockGuard {

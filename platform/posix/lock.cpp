@@ -1,6 +1,7 @@
 #include "orvik/platform/lock.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <new>
 
@@ -28,6 +29,8 @@ void EnterLock(CriticalSection* lock) { pthread_mutex_lock(MutexOf(lock)); }
 void LeaveLock(CriticalSection* lock) { pthread_mutex_unlock(MutexOf(lock)); }
 
 void DeleteLock(CriticalSection* lock) { pthread_mutex_destroy(MutexOf(lock)); }
+
+void YieldThread() { sched_yield(); }
 
 }  // namespace Platform
 }  // namespace Orvik

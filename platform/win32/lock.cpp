@@ -20,5 +20,7 @@ void LeaveLock(CriticalSection* lock) { LeaveCriticalSection(SectionOf(lock)); }
 
 void DeleteLock(CriticalSection* lock) { DeleteCriticalSection(SectionOf(lock)); }
 
+void YieldThread() { SwitchToThread(); }
+
 }  // namespace Platform
 }  // namespace Orvik

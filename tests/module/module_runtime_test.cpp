@@ -57,6 +57,18 @@ TEST_F(ModuleRuntime, ReportsUnknownIdsAndFailingCreators)
     EXPECT_EQ(alpha_.CanUnloadNow(), 1);
 }
 
+TEST_F(ModuleRuntime, OverAlignedComponentIsAlignedAndFreedAsItWasMade)
+{
+    for (int round = 0; round < 3; ++round) {
+        ITestProbe* probe = alpha_.Create(206);
+        ASSERT_NE(probe, nullptr);
+        EXPECT_EQ(probe->Tag(), 6) << "its member sits on its alignment";
+        EXPECT_EQ(alpha_.CanUnloadNow(), 0);
+        probe->Release(0);
+        EXPECT_EQ(alpha_.CanUnloadNow(), 1);
+    }
+}
+
 TEST_F(ModuleRuntime, SingletonIsOneLiveObjectAndIsRemadeAfterItsDeath)
 {
     ITestProbe* first = alpha_.Create(202, 361);
@@ -203,8 +215,8 @@ TEST(ModuleRuntimeTables, TwoModulesKeepTheirOwnTablesAndMaps)
     LoadedModule alpha("alpha.dll");
     LoadedModule crowded("crowded.dll");
     uint32_t ids[16] = {};
-    EXPECT_EQ(alpha.ComponentIds(ids, 16), 6);
-    EXPECT_EQ(std::vector<uint32_t>(ids, ids + 6), (std::vector<uint32_t>{201, 201, 202, 203, 204, 205}));
+    EXPECT_EQ(alpha.ComponentIds(ids, 16), 7);
+    EXPECT_EQ(std::vector<uint32_t>(ids, ids + 7), (std::vector<uint32_t>{201, 201, 202, 203, 204, 205, 206}));
 
     ITestProbe* probe = alpha.Create(201);
     EXPECT_EQ(alpha.CanUnloadNow(), 0);

@@ -13,6 +13,16 @@ class CPlain : public TProbe<CPlain, 201, 0, 0, 1> {};
 class CPlainShadow : public TProbe<CPlainShadow, 201, 0, 0, 2> {};
 class CSingleton : public TProbe<CSingleton, 202, 1, 0, 3> {};
 class CForced : public TProbe<CForced, 203, 0, 1, 4> {};
+// Wants more alignment than the allocator gives by default: made and freed
+// with the allocation functions of its alignment.
+class CAligned : public TProbe<CAligned, 206, 0, 0, 6> {
+public:
+    int32_t Tag() override { return reinterpret_cast<uintptr_t>(line_) % kLine == 0 ? 6 : -1; }
+
+private:
+    static constexpr size_t kLine = 128;
+    alignas(kLine) char line_[kLine] = {};
+};
 
 // Tags whether the process attach had run when the class was registered.
 class CStartup : public TProbe<CStartup, 205, 0, 0, 5> {
@@ -37,6 +47,7 @@ TComponentRegistrar<CPlainShadow> shadowRegistrar;
 TComponentRegistrar<CSingleton> singletonRegistrar;
 TComponentRegistrar<CForced> forcedRegistrar;
 OtherRegistrations otherRegistrations;
+TComponentRegistrar<CAligned> alignedRegistrar;
 
 }  // namespace
 }  // namespace Orvik::Testing

@@ -89,8 +89,9 @@ public:
     /// and the leak report names it.
     void Release(int32_t force) override
     {
-        // The module stays loaded until this returns, idle notice included.
-        const ModuleCallScope inside;
+        // The module stays loaded until this returns: the component is live
+        // until its entry goes, which is the last of the work here, and a
+        // module that falls idle then is held until its notice is sent.
         try {
             ReleaseInside(force);
         } catch (...) {
@@ -110,25 +111,24 @@ private:
         if (!allowed || hold_ != 0) return;
         const int32_t requestUnload = GetComponentID() != kFactoryComponentId ? 1 : 0;
         const void* address = static_cast<IComponent*>(this);
-        // CreateInstance made exactly a Class with the global operator new.
-        // Its memory is freed only once the live map has forgotten the
-        // address: a component another thread makes meanwhile cannot take
-        // the address of one still listed.
+        // CreateInstance made exactly a Class with the global operator new;
+        // the memory goes as the live map forgets the address.
         Class* object = static_cast<Class*>(this);
         object->~Class();
-        // The idle notice may throw; the memory goes in any case.
-        struct Freed {
-            Class* object;
-            ~Freed() { ::operator delete(object); }
-        } freed{object};
-        RemoveLiveComponent(address, requestUnload);
+        RemoveAndFreeComponent(address, object, alignof(Class), requestUnload);
     }
 
 public:
     /// The auto-release mark.
     uint32_t GetAutoRelease() override { return autoRelease_.load(std::memory_order_relaxed); }
     /// Sets the auto-release mark.
-    void SetAutoRelease(uint32_t value) override { autoRelease_.store(value, std::memory_order_relaxed); }
+    void SetAutoRelease(uint32_t value) override
+    {
+        // A shared instance is marked alike by every smart pointer of every
+        // thread: the mark is only written when it changes, so they do not
+        // pass its cache line back and forth.
+        if (autoRelease_.load(std::memory_order_relaxed) != value) autoRelease_.store(value, std::memory_order_relaxed);
+    }
     /// Does nothing.
     void Reserved1() override {}
     /// Does nothing.

@@ -4,6 +4,7 @@
 /// record of its live components, its lock and module-wide values. Each
 /// module has its own copy; nothing here is shared between modules.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "orvik/module/component.h"
@@ -29,6 +30,11 @@ CreatorFunction FindCreator(ComponentId componentId);
 /// the module has no live component left and requestUnload is set, the
 /// factory is told that this module is idle.
 void RemoveLiveComponent(const void* component, int32_t requestUnload);
+/// RemoveLiveComponent for a component destroyed in memory from the global
+/// operator new for an object of that alignment: the memory is freed as the
+/// map forgets the address, under the same lock, so that no creation on
+/// another thread can take the address while it is still listed.
+void RemoveAndFreeComponent(const void* component, void* memory, size_t alignment, int32_t requestUnload);
 
 /// Writes one line per component still live; releases nothing.
 void ReportLeaks();
@@ -41,8 +47,10 @@ void EnterModuleLock();
 void LeaveModuleLock();
 
 /// While one lives, a thread runs module code on the framework's behalf (a
-/// creation, a release and its idle notice): the module does not agree to
-/// be unloaded meanwhile. What is left unguarded is the return from the
+/// release and its idle notice, the release of the marked components): the
+/// module does not agree to be unloaded meanwhile. A creation is guarded by
+/// the room it holds in the live map from before its creator runs until the
+/// component is recorded. What is left unguarded is the return from the
 /// export after the scope has ended, a few instructions: the module can only
 /// leave at a tick of the unload timer that asks it again after that, so a
 /// thread would have to be held between those instructions for a whole

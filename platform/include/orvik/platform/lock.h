@@ -26,6 +26,9 @@ ORVIK_PLATFORM_API void EnterLock(CriticalSection* lock);
 ORVIK_PLATFORM_API void LeaveLock(CriticalSection* lock);
 /// Ends the lock; nobody may hold it or enter it afterwards.
 ORVIK_PLATFORM_API void DeleteLock(CriticalSection* lock);
+/// Lets another thread run on this processor, for a lock that waits by
+/// spinning while its holder may have been preempted.
+ORVIK_PLATFORM_API void YieldThread();
 
 /// A lock made with its owner and deleted with it.
 class OwnedLock {
