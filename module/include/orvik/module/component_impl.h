@@ -109,7 +109,7 @@ private:
             finalisePending_ = 0;
         }
         if (!allowed || hold_ != 0) return;
-        const int32_t requestUnload = GetComponentID() != kFactoryComponentId ? 1 : 0;
+        const int32_t requestUnload = Id != kFactoryComponentId ? 1 : 0;
         const void* address = static_cast<IComponent*>(this);
         // CreateInstance made exactly a Class with the global operator new;
         // the memory goes as the live map forgets the address.
