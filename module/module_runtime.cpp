@@ -18,10 +18,9 @@ namespace {
 // detach's leak report: never by the run-time's own exit processing, whose
 // order differs between unloading a module and ending the process.
 alignas(LiveComponentMap) unsigned char g_liveMapStorage[sizeof(LiveComponentMap)];
-LiveComponentMap* g_liveMap = nullptr;
 
 struct LiveMapBuilder {
-    LiveMapBuilder() { g_liveMap = new (g_liveMapStorage) LiveComponentMap; }
+    LiveMapBuilder() { Detail::g_liveMap = new (g_liveMapStorage) LiveComponentMap; }
 };
 LiveMapBuilder g_liveMapBuilder __attribute__((init_priority(101)));
 
@@ -35,14 +34,9 @@ void InitialiseModuleLock(ModuleState& state)
 
 }  // namespace
 
-namespace {
 // Constant-initialised, so usable by any static object's constructor.
-ModuleState g_state;
-}  // namespace
-
-ModuleState& State() { return g_state; }
-
-LiveComponentMap* LiveMap() { return g_liveMap; }
+ModuleState Detail::g_moduleState;
+LiveComponentMap* Detail::g_liveMap = nullptr;
 
 void EnterModuleLock()
 {
@@ -248,9 +242,9 @@ int32_t ModuleEntryPoint(Platform::ModuleHandle instance, uint32_t reason, void*
 
 void FinishModuleExit()
 {
-    if (g_liveMap == nullptr) return;
-    g_liveMap->~LiveComponentMap();
-    g_liveMap = nullptr;
+    if (Detail::g_liveMap == nullptr) return;
+    Detail::g_liveMap->~LiveComponentMap();
+    Detail::g_liveMap = nullptr;
     ForgetRegistryPaths();
 }
 

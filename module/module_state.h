@@ -40,9 +40,15 @@ struct ModuleState {
     std::atomic<uint32_t> creatorCount{0};
 };
 
-ModuleState& State();
+namespace Detail {
+extern ModuleState g_moduleState;
+extern LiveComponentMap* g_liveMap;
+}  // namespace Detail
+
+// Inline: every creation and release asks for both several times.
+inline ModuleState& State() { return Detail::g_moduleState; }
 // Null once the module's exit processing has destroyed it.
-LiveComponentMap* LiveMap();
+inline LiveComponentMap* LiveMap() { return Detail::g_liveMap; }
 
 // Holds the live map's lock for its own lifetime.
 class LiveMapGuard : public ShortLockGuard {
