@@ -1,7 +1,6 @@
 #include "platform/posix/module_table.h"
 
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -25,9 +24,9 @@ struct ModuleTable {
     // Never held while the loader runs a module's initialisation or
     // finalisation, which may load or free modules in turn.
     std::mutex lock;
-    // Ordered: a handful of comparisons beat the division that places a
-    // hashed key, and every export lookup of a request asks here.
-    std::map<ModuleHandle, HeldModule> modules;
+    // Hashed: every export lookup of a request asks here, and the time it
+    // takes must not grow with the number of modules held.
+    std::unordered_map<ModuleHandle, HeldModule> modules;
     // The first path of each held module.
     std::unordered_map<std::string, ModuleHandle> paths;
 };
