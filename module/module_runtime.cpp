@@ -17,10 +17,8 @@ namespace {
 // the registrars find it) and destroyed only by FinishModuleExit, after the
 // detach's leak report: never by the run-time's own exit processing, whose
 // order differs between unloading a module and ending the process.
-alignas(LiveComponentMap) unsigned char g_liveMapStorage[sizeof(LiveComponentMap)];
-
 struct LiveMapBuilder {
-    LiveMapBuilder() { Detail::g_liveMap = new (g_liveMapStorage) LiveComponentMap; }
+    LiveMapBuilder() { Detail::g_liveMap = new (Detail::g_moduleState.liveMapStorage) LiveComponentMap; }
 };
 LiveMapBuilder g_liveMapBuilder __attribute__((init_priority(101)));
 

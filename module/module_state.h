@@ -31,14 +31,23 @@ struct ModuleState {
     std::atomic<uint32_t> calls{0};
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
-    // Guards the live map and, with it, the decision that the module is
-    // idle: the map's few instructions on every creation and release need
-    // no re-entrant lock, and nothing calls out while it is held.
-    ShortLock liveLock;
     CreatorEntry creators[kMaxCreators] = {};
     // Written under the lock after the entry it shows, so readers need none.
     std::atomic<uint32_t> creatorCount{0};
+
+    // Written by every creation and release, so kept off the lines above,
+    // which every creation and release reads: the lock and the map's own
+    // fields share one line, so a thread that takes the lock finds the map
+    // in its cache.
+    //
+    // The lock guards the live map and, with it, the decision that the
+    // module is idle: the map's few instructions need no re-entrant lock,
+    // and nothing calls out while it is held.
+    alignas(64) ShortLock liveLock;
+    // Where the live map is built (module_runtime.cpp says when).
+    alignas(LiveComponentMap) unsigned char liveMapStorage[sizeof(LiveComponentMap)] = {};
 };
+static_assert(sizeof(ShortLock) + sizeof(LiveComponentMap) <= 64, "the live map's lock and fields fit one line");
 
 namespace Detail {
 extern ModuleState g_moduleState;
