@@ -1,5 +1,6 @@
 #include "orvik/module/module_exports.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "orvik/module/debug_line.h"
@@ -105,7 +106,14 @@ int32_t ORVIK_CDECL SetDLLRegistry(const char* path)
     return 0;
 }
 
-void ORVIK_CDECL SetFactoryHandle(Orvik::Platform::ModuleHandle handle) { Orvik::State().factoryModule = handle; }
+void ORVIK_CDECL SetFactoryHandle(Orvik::Platform::ModuleHandle handle)
+{
+    // Handed over at every request for a section's module too: the same
+    // handle again writes nothing, so the line that every creation reads is
+    // not taken from the other threads' caches.
+    std::atomic<Orvik::Platform::ModuleHandle>& factoryModule = Orvik::State().factoryModule;
+    if (factoryModule.load(std::memory_order_relaxed) != handle) factoryModule.store(handle);
+}
 
 void ORVIK_CDECL OrvikSetDllSafe(int32_t flag) { Orvik::State().dllSafe = flag; }
 
