@@ -88,6 +88,10 @@ private:
     [[gnu::noinline]] IComponent* CreateUnregistered(ComponentId id, const char* configPath);
     // The same under the state lock, through the catalog of configPath.
     IComponent* CreateThroughCatalog(ComponentId id, const char* configPath);
+    // Tells the trace that a registered instance answered; out of line,
+    // so that an untraced answer saves and restores nothing.
+    [[gnu::noinline]] static IComponent* TracedAsRegistered(IComponent* registered, ComponentId id,
+                                                           const char* configPath);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
     void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);

@@ -54,10 +54,15 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
     // Registered instances answer without the state lock: the registry is
     // read without one, and nothing here can throw.
     if (IComponent* registered = registeredInstances_.Find(id)) {
-        if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
-        return registered;
+        return Trace::Active() ? TracedAsRegistered(registered, id, configPath) : registered;
     }
     return CreateUnregistered(id, configPath);
+}
+
+IComponent* COrvikComponentFactory::TracedAsRegistered(IComponent* registered, ComponentId id, const char* configPath)
+{
+    Trace::Route(kOrvikRouteRegistered, id, configPath);
+    return registered;
 }
 
 IComponent* COrvikComponentFactory::CreateUnregistered(ComponentId id, const char* configPath)
@@ -77,8 +82,7 @@ IComponent* COrvikComponentFactory::CreateThroughCatalog(ComponentId id, const c
 try {
     const StateGuard guard(stateLock_);
     if (IComponent* registered = registeredInstances_.Find(id)) {
-        if (Trace::Active()) Trace::Route(kOrvikRouteRegistered, id, configPath);
-        return registered;
+        return Trace::Active() ? TracedAsRegistered(registered, id, configPath) : registered;
     }
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 

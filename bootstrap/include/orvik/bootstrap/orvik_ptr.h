@@ -61,9 +61,12 @@ public:
 private:
     void Acquire(const char* configPath, FactoryModuleSource source)
     {
-        if (ModuleFactory() == nullptr) LoadFactory(configPath, source);
         IOrvikComponentFactory* factory = ModuleFactory();
-        if (factory == nullptr) return;
+        if (factory == nullptr) {
+            LoadFactory(configPath, source);
+            factory = ModuleFactory();
+            if (factory == nullptr) return;
+        }
         component_ = static_cast<Interface*>(factory->CreateComponentByID(Interface::kComponentId, configPath));
         if (component_ != nullptr) component_->SetAutoRelease(N == 0 ? 1 : 0);
     }
