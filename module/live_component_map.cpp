@@ -1,6 +1,6 @@
 #include "module/live_component_map.h"
 
-#include <algorithm>
+#include <new>
 
 namespace Orvik {
 
@@ -26,11 +26,9 @@ size_t LiveComponentMap::FindSlot(const void* key) const
     }
 }
 
-void LiveComponentMap::Reserve()
+void LiveComponentMap::MakeFirstTable()
 {
-    // At most half full, with every reserved entry in.
-    if (2 * (size_ + reserved_ + 1) > slots_.size()) Grow();
-    ++reserved_;
+    if (slots_.empty()) Grow();
 }
 
 void LiveComponentMap::Insert(const ComponentInstanceInfo& info)
@@ -40,8 +38,15 @@ void LiveComponentMap::Insert(const ComponentInstanceInfo& info)
         slots_[found] = info;
         return;
     }
-    // At most half full keeps the runs of probes short.
-    if (2 * (size_ + 1) > slots_.size()) Grow();
+    // At most half full keeps the runs of probes short; a table that cannot
+    // grow still ends every run at a free slot.
+    if (2 * (size_ + 1) > slots_.size()) {
+        try {
+            Grow();
+        } catch (const std::bad_alloc&) {
+            if (size_ + 1 >= slots_.size()) throw;
+        }
+    }
     const size_t mask = slots_.size() - 1;
     size_t i = Home(info.pointer);
     while (slots_[i].pointer != nullptr) i = (i + 1) & mask;

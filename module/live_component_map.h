@@ -2,7 +2,8 @@
 // The module's live components by address. Open addressing with linear
 // probing and backward-shift removal: making and releasing a component
 // allocates nothing once the table has grown to the module's peak. Internal
-// to the module runtime; used under the module lock.
+// to the module runtime: one map per shard of the live components, used
+// under the shard's lock.
 
 #include <cstddef>
 #include <cstdint>
@@ -23,51 +24,29 @@ public:
     bool empty() const { return size_ == 0; }
     size_t size() const { return size_; }
 
-    // Room for a component about to be made: while one is reserved, the
-    // Insert of a new component needs no memory. Reserving may throw
-    // std::bad_alloc; the map is unchanged then. Every Reserve is followed
-    // by one Unreserve, after the Insert it was for, if any.
-    void Reserve();
-    void Unreserve() { --reserved_; }
-    // A creation holds room: the module is in use.
-    bool HasReservations() const { return reserved_ != 0; }
-    // Adds the component, or replaces its entry. Growing may throw
-    // std::bad_alloc; the map is unchanged then.
+    // Makes the first table, so that an insert needs memory only to grow.
+    // May throw std::bad_alloc; the map is unchanged then.
+    void MakeFirstTable();
+    // Adds the component, or replaces its entry. A table that cannot grow
+    // takes the entry while it keeps a free slot besides; only a full one
+    // throws std::bad_alloc, leaving the map unchanged.
     void Insert(const ComponentInstanceInfo& info);
     // False when the address is not listed.
     bool Erase(const void* component);
     bool Contains(const void* component) const { return FindSlot(component) != kNone; }
 
-    // Hands each entry to visit in the order of their addresses. It needs no
-    // memory (each step looks for the next address), so the leak report at
-    // a module's end cannot fail.
-    template <class Visit>
-    void VisitInAddressOrder(Visit visit) const
-    {
-        const ComponentInstanceInfo* last = nullptr;
-        for (;;) {
-            const ComponentInstanceInfo* next = nullptr;
-            for (const ComponentInstanceInfo& slot : slots_) {
-                if (slot.pointer == nullptr || (last != nullptr && Address(slot.pointer) <= Address(last->pointer))) {
-                    continue;
-                }
-                if (next == nullptr || Address(slot.pointer) < Address(next->pointer)) next = &slot;
-            }
-            if (next == nullptr) return;
-            visit(*next);
-            last = next;
-        }
-    }
-    // The listed component with the lowest address above `after` (any
-    // address when fromStart) for which pick holds; null when none.
+    // The entry with the lowest address above `after` (any address when
+    // fromStart) for whose component pick holds; null when none. Needs no
+    // memory, so a walk in address order (one step after the other) cannot
+    // fail, not even the leak report at a module's end.
     template <class Predicate>
-    IComponent* LowestAbove(const void* after, bool fromStart, Predicate pick) const
+    const ComponentInstanceInfo* LowestAbove(const void* after, bool fromStart, Predicate pick) const
     {
-        IComponent* lowest = nullptr;
+        const ComponentInstanceInfo* lowest = nullptr;
         for (const ComponentInstanceInfo& slot : slots_) {
             if (slot.pointer == nullptr || (!fromStart && Address(slot.pointer) <= Address(after))) continue;
-            if (lowest != nullptr && Address(slot.pointer) >= Address(lowest)) continue;
-            if (pick(slot.pointer)) lowest = slot.pointer;
+            if (lowest != nullptr && Address(slot.pointer) >= Address(lowest->pointer)) continue;
+            if (pick(slot.pointer)) lowest = &slot;
         }
         return lowest;
     }
@@ -81,7 +60,6 @@ private:
 
     std::vector<ComponentInstanceInfo> slots_;
     size_t size_ = 0;
-    size_t reserved_ = 0;
 };
 
 }  // namespace Orvik

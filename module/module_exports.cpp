@@ -8,48 +8,27 @@
 #include "orvik/module/registry_path.h"
 
 using Orvik::ComponentInstanceInfo;
-using Orvik::LiveComponentMap;
-using Orvik::LiveMapGuard;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
 namespace {
 
-// Room in the live map for the component a creator is about to make: once
-// made, recording it needs no memory, so no component is made that could
-// not be recorded (and would be lost).
-class LiveEntryRoom {
+// A creation under way, counted on its thread's shard from before the
+// creator runs until the component is recorded: meanwhile the module does
+// not agree to be unloaded.
+class CreationUnderWay {
 public:
-    LiveEntryRoom()
+    CreationUnderWay() : shard_(Orvik::ShardOfThisThread())
     {
-        LiveMapGuard guard;
-        live_ = Orvik::LiveMap();
-        if (live_ != nullptr) live_->Reserve();
+        Orvik::MakeLiveTables();  // nothing is counted when it throws
+        shard_.creating.fetch_add(1);
     }
-    // The room goes unused when no component was made.
-    ~LiveEntryRoom()
-    {
-        if (live_ == nullptr) return;
-        LiveMapGuard guard;
-        if (live_ == Orvik::LiveMap()) live_->Unreserve();
-    }
-    LiveEntryRoom(const LiveEntryRoom&) = delete;
-    LiveEntryRoom& operator=(const LiveEntryRoom&) = delete;
-
-    // Records the component made; a singleton returned again keeps its one
-    // entry, with the latest creator.
-    void Record(const ComponentInstanceInfo& info)
-    {
-        LiveMapGuard guard;
-        if (live_ != nullptr && live_ == Orvik::LiveMap()) {
-            live_->Insert(info);
-            live_->Unreserve();
-        }
-        live_ = nullptr;
-    }
+    ~CreationUnderWay() { shard_.creating.fetch_sub(1, std::memory_order_release); }
+    CreationUnderWay(const CreationUnderWay&) = delete;
+    CreationUnderWay& operator=(const CreationUnderWay&) = delete;
 
 private:
-    LiveComponentMap* live_;
+    Orvik::LiveShard& shard_;
 };
 
 }  // namespace
@@ -64,10 +43,10 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    // While the room is reserved the module does not agree to be unloaded,
-    // so the creation needs no call scope of its own (the factory marks a
+    // While the creation is counted the module does not agree to be
+    // unloaded, so it needs no call scope of its own (the factory marks a
     // creation it starts from before it looks the creator up).
-    LiveEntryRoom room;
+    const CreationUnderWay underWay;
     // Creators run outside the module lock: they may load modules and call
     // back into this one.
     Orvik::IComponent* component = creator();
@@ -76,8 +55,16 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    room.Record(ComponentInstanceInfo{componentId, creatorId, component});
-    return component;
+    // A singleton returned again keeps its one entry, with the latest
+    // creator.
+    if (Orvik::RecordLiveComponent(ComponentInstanceInfo{componentId, creatorId, component})) return component;
+    // Only a shard that is full and cannot grow refuses: a component that
+    // cannot be recorded goes again at once rather than live unseen (its
+    // release reports it as not listed).
+    component->Release(1);
+    OutputDebugLine("Orvik[Error]:CreateComponent method return NULL.\n");
+    OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
+    return nullptr;
 } catch (...) {
     OutputDebugLine("Orvik[Error]:CreateComponent method return NULL.\n");
     OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);

@@ -13,12 +13,16 @@ namespace Orvik {
 
 namespace {
 
-// The live map is built before any other static object of the module (so
-// the registrars find it) and destroyed only by FinishModuleExit, after the
-// detach's leak report: never by the run-time's own exit processing, whose
-// order differs between unloading a module and ending the process.
+// The live maps are built before any other static object of the module (so
+// the registrars find them) and destroyed only by FinishModuleExit, after
+// the detach's leak report: never by the run-time's own exit processing,
+// whose order differs between unloading a module and ending the process.
 struct LiveMapBuilder {
-    LiveMapBuilder() { Detail::g_liveMap = new (Detail::g_moduleState.liveMapStorage) LiveComponentMap; }
+    LiveMapBuilder()
+    {
+        for (LiveShard& shard : Detail::g_moduleState.liveShards) new (shard.storage) LiveComponentMap;
+        Detail::g_liveMapsBuilt = true;
+    }
 };
 LiveMapBuilder g_liveMapBuilder __attribute__((init_priority(101)));
 
@@ -34,7 +38,7 @@ void InitialiseModuleLock(ModuleState& state)
 
 // Constant-initialised, so usable by any static object's constructor.
 ModuleState Detail::g_moduleState;
-LiveComponentMap* Detail::g_liveMap = nullptr;
+bool Detail::g_liveMapsBuilt = false;
 
 void EnterModuleLock()
 {
@@ -69,11 +73,13 @@ CreatorFunction FindCreator(ComponentId componentId)
 
 namespace {
 
-// Neither a live component nor one being made.
+// Neither a live component nor one being made; under every shard's lock.
 bool NoLiveComponent()
 {
-    const LiveComponentMap* live = LiveMap();
-    return live == nullptr || (live->empty() && !live->HasReservations());
+    for (const LiveShard& shard : State().liveShards) {
+        if (shard.entries.load(std::memory_order_relaxed) != 0 || shard.creating.load() != 0) return false;
+    }
+    return true;
 }
 
 // The last call out settles an idle notice that a refused unload left
@@ -83,7 +89,7 @@ void SettleOwedNotice(ModuleState& state)
 {
     bool notify = false;
     {
-        LiveMapGuard guard;
+        const AllShardsGuard guard;
         notify = NoLiveComponent();
     }
     if (notify) SendIdleNotice(state.module);
@@ -118,7 +124,7 @@ ModuleCallScope::~ModuleCallScope() { LeaveCall(State()); }
 
 bool ModuleCanUnloadNow()
 {
-    LiveMapGuard guard;
+    const AllShardsGuard guard;
     if (!NoLiveComponent()) return false;
     // Either the last call has left, or it will find the debt as it leaves.
     ModuleState& state = State();
@@ -148,19 +154,91 @@ void RemoveLiveComponent(const void* component, int32_t requestUnload)
     RemoveAndFreeComponent(component, nullptr, 1, requestUnload);
 }
 
+namespace {
+
+// Whether every shard but the one held is empty, seen without their locks.
+// A release that empties its shard asks. Counts are stored before they are
+// compared, all in one order: of two releases that empty two shards at
+// once, at least one sees both empty.
+bool OtherShardsEmpty(const LiveShard& held)
+{
+    ModuleState& state = State();
+    // The shard that held entries last time nearly always still does: a
+    // long-lived component keeps its module in use.
+    const uint32_t hint = state.busyShardHint.load(std::memory_order_relaxed);
+    if (&state.liveShards[hint] != &held && state.liveShards[hint].entries.load() != 0) return false;
+    for (uint32_t i = 0; i < kLiveShards; ++i) {
+        const LiveShard& shard = state.liveShards[i];
+        if (&shard == &held || shard.entries.load() == 0) continue;
+        state.busyShardHint.store(i, std::memory_order_relaxed);
+        return false;
+    }
+    return true;
+}
+
+// Under every shard's lock: the lowest entry above `after` over all the
+// shards whose component pick holds.
+template <class Predicate>
+const ComponentInstanceInfo* LowestEntryAbove(const void* after, bool fromStart, Predicate pick)
+{
+    const ComponentInstanceInfo* lowest = nullptr;
+    for (LiveShard& shard : State().liveShards) {
+        const ComponentInstanceInfo* found = MapOf(shard)->LowestAbove(after, fromStart, pick);
+        if (found == nullptr) continue;
+        if (lowest == nullptr || reinterpret_cast<uintptr_t>(found->pointer) < reinterpret_cast<uintptr_t>(lowest->pointer)) {
+            lowest = found;
+        }
+    }
+    return lowest;
+}
+
+}  // namespace
+
+void MakeLiveTables()
+{
+    ModuleState& state = State();
+    if (state.liveTablesMade.load(std::memory_order_acquire)) return;
+    const AllShardsGuard guard;
+    if (!Detail::g_liveMapsBuilt) return;
+    for (LiveShard& shard : state.liveShards) MapOf(shard)->MakeFirstTable();
+    state.liveTablesMade.store(true, std::memory_order_release);
+}
+
+bool RecordLiveComponent(const ComponentInstanceInfo& info)
+{
+    LiveShard& shard = ShardOf(info.pointer);
+    const ShardGuard guard(shard);
+    LiveComponentMap* live = MapOf(shard);
+    if (live == nullptr) return true;  // none past the module's exit processing
+    try {
+        live->Insert(info);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    shard.entries.store(static_cast<uint32_t>(live->size()), std::memory_order_release);
+    return true;
+}
+
 void RemoveAndFreeComponent(const void* component, void* memory, size_t alignment, int32_t requestUnload)
 {
     ModuleState& state = State();
+    LiveShard& shard = ShardOf(component);
     bool listed = false;
     bool notify = false;
     {
-        LiveMapGuard guard;
-        LiveComponentMap* live = LiveMap();
+        const ShardGuard guard(shard);
+        LiveComponentMap* live = MapOf(shard);
         listed = live == nullptr || live->Erase(component);  // none past the module's exit processing
         FreeMemory(memory, alignment);
-        notify = live != nullptr && live->empty() && requestUnload != 0;
+        if (live != nullptr) {
+            // Stored in the one order of all the shards' counts when the
+            // shard is left empty (see OtherShardsEmpty).
+            const uint32_t entries = static_cast<uint32_t>(live->size());
+            shard.entries.store(entries, entries == 0 ? std::memory_order_seq_cst : std::memory_order_release);
+            notify = entries == 0 && requestUnload != 0 && OtherShardsEmpty(shard);
+        }
         // A module that falls idle is in use until its notice is sent:
-        // counted before the map shows it empty to anybody else.
+        // counted before its shard shows it empty to anybody else.
         if (notify) EnterCall(state);
     }
     if (!listed) {
@@ -169,7 +247,7 @@ void RemoveAndFreeComponent(const void* component, void* memory, size_t alignmen
                         reinterpret_cast<uintptr_t>(component));
     }
     if (!notify) return;
-    // The factory is told without the live map's lock: it may be unloading
+    // The factory is told without the shard's lock: it may be unloading
     // other modules meanwhile, which needs the loader.
     struct Leaving {
         ModuleState& state;
@@ -189,38 +267,43 @@ void ReleaseAutoReleasedComponents()
         IComponent* component = nullptr;
         {
             // GetAutoRelease is the component's own field, read in place.
-            LiveMapGuard guard;
-            const LiveComponentMap* live = LiveMap();
-            if (live == nullptr) return;
-            component = live->LowestAbove(last, fromStart,
-                                          [](IComponent* candidate) { return candidate->GetAutoRelease() != 0; });
+            const AllShardsGuard guard;
+            if (!Detail::g_liveMapsBuilt) return;
+            const ComponentInstanceInfo* entry = LowestEntryAbove(
+                last, fromStart, [](IComponent* candidate) { return candidate->GetAutoRelease() != 0; });
+            if (entry != nullptr) component = entry->pointer;
         }
         if (component == nullptr) return;
         last = component;
         component->Release(0);
-        LiveMapGuard guard;
-        const LiveComponentMap* live = LiveMap();
+        LiveShard& shard = ShardOf(last);
+        const ShardGuard guard(shard);
+        const LiveComponentMap* live = MapOf(shard);
         fromStart = live == nullptr || !live->Contains(last);
     }
 }
 
 void ReportLeaks()
 {
-    // The lines are written under the live map's lock: the report runs as
-    // the module ends, when no framework call is under way, and the walk
-    // needs the map to stay as it is.
-    LiveMapGuard guard;
-    const LiveComponentMap* live = LiveMap();
-    if (live == nullptr || live->empty()) return;
+    // The lines are written under the shards' locks: the report runs as the
+    // module ends, when no framework call is under way, and the walk needs
+    // the map to stay as it is.
+    const AllShardsGuard guard;
+    if (!Detail::g_liveMapsBuilt) return;
+    size_t count = 0;
+    for (LiveShard& shard : State().liveShards) count += MapOf(shard)->size();
+    if (count == 0) return;
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";
     OutputDebugLine("%s", kSeparator);
-    OutputDebugLine("Orvik[Error]:Found leak Orvik components. Count:%d\n", static_cast<int>(live->size()));
-    live->VisitInAddressOrder([](const ComponentInstanceInfo& entry) {
+    OutputDebugLine("Orvik[Error]:Found leak Orvik components. Count:%d\n", static_cast<int>(count));
+    const auto any = [](IComponent*) { return true; };
+    for (const ComponentInstanceInfo* entry = LowestEntryAbove(nullptr, true, any); entry != nullptr;
+         entry = LowestEntryAbove(entry->pointer, false, any)) {
         // The pointer is written in full on 64-bit systems.
         OutputDebugLine("Orvik[Error]:ComponentID:0x%08x CreatorID:0x%08x Pointer:0x%08" PRIxPTR "\n",
-                        static_cast<unsigned>(entry.componentId), entry.creatorId,
-                        reinterpret_cast<uintptr_t>(entry.pointer));
-    });
+                        static_cast<unsigned>(entry->componentId), entry->creatorId,
+                        reinterpret_cast<uintptr_t>(entry->pointer));
+    }
     OutputDebugLine("%s", kSeparator);
 }
 
@@ -240,9 +323,9 @@ int32_t ModuleEntryPoint(Platform::ModuleHandle instance, uint32_t reason, void*
 
 void FinishModuleExit()
 {
-    if (Detail::g_liveMap == nullptr) return;
-    Detail::g_liveMap->~LiveComponentMap();
-    Detail::g_liveMap = nullptr;
+    if (!Detail::g_liveMapsBuilt) return;
+    for (LiveShard& shard : State().liveShards) MapOf(shard)->~LiveComponentMap();
+    Detail::g_liveMapsBuilt = false;
     ForgetRegistryPaths();
 }
 

@@ -3,7 +3,9 @@
 // module runtime.
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "module/live_component_map.h"
 #include "module/short_lock.h"
@@ -16,6 +18,28 @@ struct CreatorEntry {
     ComponentId componentId;
     CreatorFunction creator;
 };
+
+// The live-component map is spread over shards by component address, each
+// with its own lock on a line of its own: threads that make and release
+// components of one module then take different locks and write different
+// lines. The map is empty when every shard is. Written by every creation
+// and release, so kept off the lines of what they only read.
+constexpr size_t kLiveShards = 16;
+struct alignas(64) LiveShard {
+    // Guards the shard's map and, for a release that empties the shard, the
+    // decision that the module is idle: the map's few instructions need no
+    // re-entrant lock, and nothing calls out while it is held.
+    ShortLock lock;
+    // The map's entries, stored under the lock; read without it by a release
+    // that looks whether the other shards are empty.
+    std::atomic<uint32_t> entries{0};
+    // Creations under way on threads whose stack picks this shard: while
+    // there are any the module does not agree to be unloaded.
+    std::atomic<uint32_t> creating{0};
+    // Where the shard's map is built (module_runtime.cpp says when).
+    alignas(LiveComponentMap) unsigned char storage[sizeof(LiveComponentMap)] = {};
+};
+static_assert(sizeof(LiveShard) == 64, "a shard's lock, counts and map fields fit one line");
 
 struct ModuleState {
     Platform::ModuleHandle module = nullptr;
@@ -35,34 +59,79 @@ struct ModuleState {
     // Written under the lock after the entry it shows, so readers need none.
     std::atomic<uint32_t> creatorCount{0};
 
-    // Written by every creation and release, so kept off the lines above,
-    // which every creation and release reads: the lock and the map's own
-    // fields share one line, so a thread that takes the lock finds the map
-    // in its cache.
-    //
-    // The lock guards the live map and, with it, the decision that the
-    // module is idle: the map's few instructions need no re-entrant lock,
-    // and nothing calls out while it is held.
-    alignas(64) ShortLock liveLock;
-    // Where the live map is built (module_runtime.cpp says when).
-    alignas(LiveComponentMap) unsigned char liveMapStorage[sizeof(LiveComponentMap)] = {};
+    // The live components, spread over shards by address.
+    LiveShard liveShards[kLiveShards];
+    // A shard last seen holding entries: a release that empties its own
+    // shard looks there first for proof that the module is still in use.
+    std::atomic<uint32_t> busyShardHint{0};
+    // The shards' tables exist (made by the module's first creation).
+    std::atomic<bool> liveTablesMade{false};
 };
-static_assert(sizeof(ShortLock) + sizeof(LiveComponentMap) <= 64, "the live map's lock and fields fit one line");
 
 namespace Detail {
 extern ModuleState g_moduleState;
-extern LiveComponentMap* g_liveMap;
+// False before the shards' maps are built and once the module's exit
+// processing has destroyed them.
+extern bool g_liveMapsBuilt;
 }  // namespace Detail
 
-// Inline: every creation and release asks for both several times.
+// Inline: every creation and release asks for it several times.
 inline ModuleState& State() { return Detail::g_moduleState; }
-// Null once the module's exit processing has destroyed it.
-inline LiveComponentMap* LiveMap() { return Detail::g_liveMap; }
 
-// Holds the live map's lock for its own lifetime.
-class LiveMapGuard : public ShortLockGuard {
+// The shard that holds the entry of a component at that address.
+inline LiveShard& ShardOf(const void* component)
+{
+    // Fibonacci hashing: the high bits of the product spread addresses that
+    // differ only in their low bits.
+    const uint64_t product = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(component)) * 0x9E3779B97F4A7C15ull;
+    return State().liveShards[product >> 60];
+}
+static_assert(kLiveShards == 16, "ShardOf takes the product's top four bits");
+
+// The shard where a creation on this thread is counted: picked by the
+// 64 KB block of the thread's stack, so threads mostly count on lines of
+// their own.
+inline LiveShard& ShardOfThisThread()
+{
+    const char here = 0;
+    const uint64_t block = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(&here) >> 16);
+    return State().liveShards[(block * 0x9E3779B97F4A7C15ull) >> 60];
+}
+
+// The shard's map; null outside the maps' lifetime.
+inline LiveComponentMap* MapOf(LiveShard& shard)
+{
+    return Detail::g_liveMapsBuilt ? std::launder(reinterpret_cast<LiveComponentMap*>(shard.storage)) : nullptr;
+}
+
+// Makes every shard's first table (the module's first creation does), so
+// that recording a component needs memory only to grow a table. May throw
+// std::bad_alloc.
+void MakeLiveTables();
+// Records a component made, or replaces its entry; false when its shard is
+// full and cannot grow.
+bool RecordLiveComponent(const ComponentInstanceInfo& info);
+
+// Holds one shard's lock for its own lifetime.
+class ShardGuard : public ShortLockGuard {
 public:
-    LiveMapGuard() : ShortLockGuard(State().liveLock) {}
+    explicit ShardGuard(LiveShard& shard) : ShortLockGuard(shard.lock) {}
+};
+
+// Holds every shard's lock, taken in the shards' order, for its own
+// lifetime: for what looks at the whole map.
+class AllShardsGuard {
+public:
+    AllShardsGuard()
+    {
+        for (LiveShard& shard : State().liveShards) shard.lock.lock();
+    }
+    ~AllShardsGuard()
+    {
+        for (LiveShard& shard : State().liveShards) shard.lock.unlock();
+    }
+    AllShardsGuard(const AllShardsGuard&) = delete;
+    AllShardsGuard& operator=(const AllShardsGuard&) = delete;
 };
 
 // RAII guard for the module lock.

@@ -3,11 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "orvik/module/module_exports.h"
@@ -67,6 +70,58 @@ TEST_F(ModuleRuntime, OverAlignedComponentIsAlignedAndFreedAsItWasMade)
         probe->Release(0);
         EXPECT_EQ(alpha_.CanUnloadNow(), 1);
     }
+}
+
+TEST_F(ModuleRuntime, ThreadsMakingAndReleasingAtOnceKeepTheModuleInUseUntilTheLastGoes)
+{
+    // Components made on one thread are released on another, in every
+    // order, while one long-lived component keeps the module in use: the
+    // module never agrees to be unloaded meanwhile, and agrees once the
+    // long-lived one has gone after all the others.
+    ITestProbe* kept = alpha_.Create(201);
+    ASSERT_NE(kept, nullptr);
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 3000;
+    std::vector<std::vector<ITestProbe*>> handedOver(kThreads);
+    std::vector<std::mutex> handOverLocks(kThreads);
+    std::atomic<int> running{kThreads};
+    std::atomic<int> wrong{0}, agreed{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < kRounds; ++round) {
+                ITestProbe* made = alpha_.Create(201);
+                if (made == nullptr || made->Tag() != 1) ++wrong;
+                if (made == nullptr) continue;
+                // Every other one goes to the next thread, which releases it.
+                if (round % 2 == 0) {
+                    made->Release(0);
+                    continue;
+                }
+                std::vector<ITestProbe*> mine;
+                {
+                    std::lock_guard<std::mutex> guard(handOverLocks[(t + 1) % kThreads]);
+                    handedOver[(t + 1) % kThreads].push_back(made);
+                }
+                {
+                    std::lock_guard<std::mutex> guard(handOverLocks[t]);
+                    mine.swap(handedOver[t]);
+                }
+                for (ITestProbe* probe : mine) probe->Release(0);
+            }
+            --running;
+        });
+    }
+    while (running.load() > 0) agreed += alpha_.CanUnloadNow();
+    for (std::thread& thread : threads) thread.join();
+    for (std::vector<ITestProbe*>& left : handedOver) {
+        for (ITestProbe* probe : left) probe->Release(0);
+    }
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_EQ(agreed.load(), 0) << "the kept component leaves the module in use";
+    EXPECT_EQ(alpha_.CanUnloadNow(), 0);
+    kept->Release(0);
+    EXPECT_EQ(alpha_.CanUnloadNow(), 1);
 }
 
 TEST_F(ModuleRuntime, SingletonIsOneLiveObjectAndIsRemadeAfterItsDeath)
