@@ -170,7 +170,7 @@ bool OtherShardsEmpty(const LiveShard& held)
     for (uint32_t i = 0; i < kLiveShards; ++i) {
         const LiveShard& shard = state.liveShards[i];
         if (&shard == &held || shard.entries.load() == 0) continue;
-        state.busyShardHint.store(i, std::memory_order_relaxed);
+        if (i != hint) state.busyShardHint.store(i, std::memory_order_relaxed);
         return false;
     }
     return true;
