@@ -29,6 +29,14 @@ void IntroduceCatalog(Platform::ModuleHandle module, const char* registryPath)
     }
 }
 
+// A section's module asked without the owner's lock: told as under it, and
+// its CreateComponent found.
+Exports::CreateComponent::Function IntroduceAndFindCreator(Platform::ModuleHandle module, const char* registryPath)
+{
+    IntroduceCatalog(module, registryPath);
+    return FindModuleExport<Exports::CreateComponent>(module);
+}
+
 // Leaves a re-entrant lock for its own lifetime (once: a thread that holds
 // it more than once keeps it).
 class LockLeft {
@@ -60,7 +68,7 @@ bool CComponentClassInfoList::PrepareUnload(Platform::ModuleHandle module)
 
 bool CComponentClassInfoList::CreateFromReadyModule(ComponentId componentId, IComponent** component)
 {
-    if (!ready_.TryCreate(componentId, component)) return false;
+    if (!ready_.TryCreate(componentId, component, IntroduceAndFindCreator)) return false;
     if (*component == nullptr) {
         OutputDebugLine("[Orvik_Error] CreateComponent(ComponentId=%u) return null.\n", componentId);
     }
@@ -173,8 +181,8 @@ std::string CComponentClassInfoList::ConfigDllPath(const ComponentClassInfo& rec
 IComponent* CComponentClassInfoList::CreateFromConfigDll(SectionModule& section, ComponentId componentId)
 {
     if (section.module == nullptr) return nullptr;
-    IntroduceCatalog(section.module, registryPath);
-    if (auto createComponent = FindModuleExport<Exports::CreateComponent>(section.module)) {
+    if (auto createComponent = IntroduceAndFindCreator(section.module, registryPath)) {
+        ready_.PublishSection(componentId, section.module, registryPath);
         return CallCreateComponent(createComponent, section.module, componentId);
     }
     OutputDebugLine("[Orvik_Error] Can't find CreateComponent().\n");

@@ -9,17 +9,26 @@ namespace Orvik {
 // version, and a withdrawal and the look at the places after it, must fall
 // in one order. On the reader's side only taking the place is a
 // read-modify-write.
-bool ReadyCreations::TryCreate(ComponentId componentId, IComponent** component)
+bool ReadyCreations::TryCreate(ComponentId componentId, IComponent** component, SectionLookup sectionLookup)
 {
     Entry* entry = index_.Find(componentId);
     if (entry == nullptr) return false;
     const uint32_t version = entry->version.load();
     const Platform::ModuleHandle module = entry->module.load();
-    const CreateFunction createComponent = entry->createComponent.load();
-    if ((version & 1) != 0 || module == nullptr || createComponent == nullptr) return false;
+    CreateFunction createComponent = entry->createComponent.load();
+    const char* const sectionPath = entry->sectionPath.load();
+    if ((version & 1) != 0 || module == nullptr || (createComponent == nullptr && sectionPath == nullptr)) {
+        return false;
+    }
     Place* place = TakePlace(module);
     if (place == nullptr) return false;
     if (entry->version.load() != version) {
+        place->module.store(nullptr);
+        return false;
+    }
+    // A section's module is held by the place while it is asked.
+    if (createComponent == nullptr) createComponent = sectionLookup(module, sectionPath);
+    if (createComponent == nullptr) {
         place->module.store(nullptr);
         return false;
     }
@@ -51,43 +60,56 @@ ReadyCreations::Place* ReadyCreations::TakePlace(Platform::ModuleHandle module)
     return nullptr;
 }
 
-void ReadyCreations::Write(Entry& entry, Platform::ModuleHandle module, CreateFunction createComponent)
+void ReadyCreations::Write(Entry& entry, Platform::ModuleHandle module, CreateFunction createComponent,
+                           const char* sectionPath)
 {
+    if (entry.module.load() == module && entry.createComponent.load() == createComponent &&
+        entry.sectionPath.load() == sectionPath) {
+        return;
+    }
     const uint32_t version = entry.version.load();
     entry.version.store(version + 1);
     entry.module.store(module);
     entry.createComponent.store(createComponent);
+    entry.sectionPath.store(sectionPath);
     entry.version.store(version + 2);
+}
+
+ReadyCreations::Entry* ReadyCreations::EntryOf(ComponentId componentId)
+{
+    if (Entry* entry = index_.Find(componentId)) return entry;
+    try {
+        index_.ReserveOneMore();
+        entries_.emplace_back();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    index_.Set(componentId, &entries_.back());
+    return &entries_.back();
 }
 
 void ReadyCreations::Publish(ComponentId componentId, Platform::ModuleHandle module, CreateFunction createComponent)
 {
     if (module == nullptr || createComponent == nullptr) return;
-    Entry* entry = index_.Find(componentId);
-    if (entry == nullptr) {
-        try {
-            index_.ReserveOneMore();
-            entries_.emplace_back();
-        } catch (const std::bad_alloc&) {
-            return;
-        }
-        entry = &entries_.back();
-        index_.Set(componentId, entry);
-    }
-    if (entry->module.load() == module && entry->createComponent.load() == createComponent) return;
-    Write(*entry, module, createComponent);
+    if (Entry* entry = EntryOf(componentId)) Write(*entry, module, createComponent, nullptr);
+}
+
+void ReadyCreations::PublishSection(ComponentId componentId, Platform::ModuleHandle module, const char* registryPath)
+{
+    if (module == nullptr || registryPath == nullptr) return;
+    if (Entry* entry = EntryOf(componentId)) Write(*entry, module, nullptr, registryPath);
 }
 
 void ReadyCreations::Withdraw(ComponentId componentId)
 {
     Entry* entry = index_.Find(componentId);
-    if (entry != nullptr && entry->module.load() != nullptr) Write(*entry, nullptr, nullptr);
+    if (entry != nullptr) Write(*entry, nullptr, nullptr, nullptr);
 }
 
 void ReadyCreations::WithdrawModule(Platform::ModuleHandle module)
 {
     for (Entry& entry : entries_) {
-        if (entry.module.load() == module) Write(entry, nullptr, nullptr);
+        if (entry.module.load() == module) Write(entry, nullptr, nullptr, nullptr);
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
-// The scanned ids whose module is loaded and whose CreateComponent is
-// found, for requests that take no lock: a request of a module in use asks
-// here first, and only what is not ready goes through the catalog under its
+// The ids whose module is loaded and was asked before, for requests that
+// take no lock: a scanned module's, whose CreateComponent is found, and a
+// section's, whose module is told the catalog and asked for its exports at
+// every request as under the lock. A request of a module in use asks here
+// first, and only what is not ready goes through the catalog under its
 // owner's lock.
 //
 // Each id has an entry that lives as long as the catalog. Its module and
@@ -29,6 +31,9 @@ namespace Orvik {
 class ReadyCreations {
 public:
     using CreateFunction = Exports::CreateComponent::Function;
+    // Tells a section's module the catalog's registry path and the factory,
+    // and finds its CreateComponent; null when it has none.
+    using SectionLookup = CreateFunction (*)(Platform::ModuleHandle module, const char* registryPath);
 
     ReadyCreations() = default;
     ReadyCreations(const ReadyCreations&) = delete;
@@ -38,12 +43,16 @@ public:
     // and returns true, with the component (null when the creator made
     // none) in *component; false when the id is not ready, or no place was
     // free, and the caller goes the locked way.
-    bool TryCreate(ComponentId componentId, IComponent** component);
+    bool TryCreate(ComponentId componentId, IComponent** component, SectionLookup sectionLookup);
 
     // Under the owner's lock. Makes the id ready with this module and entry
     // point. Needs memory for a new id; without it the id is simply not made
     // ready.
     void Publish(ComponentId componentId, Platform::ModuleHandle module, CreateFunction createComponent);
+    // Under the owner's lock. Makes a section's id ready with its module,
+    // looked up with registryPath (which outlives the entry) at every
+    // request. Needs memory for a new id, as Publish.
+    void PublishSection(ComponentId componentId, Platform::ModuleHandle module, const char* registryPath);
     // Under the owner's lock: the id is no longer ready (its record changed).
     void Withdraw(ComponentId componentId);
     // Under the owner's lock: no id is ready through module any more.
@@ -56,7 +65,8 @@ private:
     struct Entry {
         std::atomic<uint32_t> version{0};
         std::atomic<Platform::ModuleHandle> module{nullptr};
-        std::atomic<CreateFunction> createComponent{nullptr};
+        std::atomic<CreateFunction> createComponent{nullptr};  // null for a section's id
+        std::atomic<const char*> sectionPath{nullptr};          // a section's registry path
     };
     // A cache line's length apart, so that threads do not share what they
     // write. (Padded rather than aligned: the catalog, and the factory that
@@ -70,7 +80,11 @@ private:
     static constexpr size_t kPlacesTried = 4;
 
     // Under the owner's lock.
-    static void Write(Entry& entry, Platform::ModuleHandle module, CreateFunction createComponent);
+    static void Write(Entry& entry, Platform::ModuleHandle module, CreateFunction createComponent,
+                      const char* sectionPath);
+    // Under the owner's lock: the id's entry, made if needed; null without
+    // memory for it.
+    Entry* EntryOf(ComponentId componentId);
     // A free place, taken for module; null when the few tried were taken.
     Place* TakePlace(Platform::ModuleHandle module);
 

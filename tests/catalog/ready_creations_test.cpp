@@ -51,43 +51,53 @@ IComponent* ORVIK_CDECL CreateWhileWithdrawn(int32_t, uint32_t)
     return kMadeByA;
 }
 
+// A section's module is asked for its creator at every request, and is in
+// use while it is asked.
+std::vector<const char*> g_sectionPaths;
+ReadyCreations::CreateFunction LookUpSection(Platform::ModuleHandle module, const char* registryPath)
+{
+    g_sectionPaths.push_back(registryPath);
+    if (g_asked != nullptr) g_inUseDuringCreation = g_asked->CreatingThrough(module);
+    return module == kModuleA ? &CreateInA : nullptr;
+}
+
 TEST(ReadyCreations, AnIdAnswersOnlyWhileItsModuleIsPublished)
 {
     ReadyCreations ready;
     IComponent* made = nullptr;
-    EXPECT_FALSE(ready.TryCreate(kId, &made)) << "nothing published";
+    EXPECT_FALSE(ready.TryCreate(kId, &made, LookUpSection)) << "nothing published";
 
     g_calls.clear();
     ready.Publish(kId, kModuleA, &CreateInA);
-    ASSERT_TRUE(ready.TryCreate(kId, &made));
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
     EXPECT_EQ(made, kMadeByA);
     ASSERT_EQ(g_calls.size(), 1u);
     EXPECT_EQ(g_calls[0].id, static_cast<int32_t>(kId));
     EXPECT_EQ(g_calls[0].creator, kFactoryComponentId) << "asked on the factory's behalf";
-    EXPECT_FALSE(ready.TryCreate(kId + 1, &made)) << "another id";
+    EXPECT_FALSE(ready.TryCreate(kId + 1, &made, LookUpSection)) << "another id";
 
     ready.Withdraw(kId);
-    EXPECT_FALSE(ready.TryCreate(kId, &made)) << "its record changed";
+    EXPECT_FALSE(ready.TryCreate(kId, &made, LookUpSection)) << "its record changed";
     ready.Publish(kId, kModuleA, &CreateInA);
     ready.WithdrawModule(kModuleB);
-    EXPECT_TRUE(ready.TryCreate(kId, &made)) << "another module withdrawn";
+    EXPECT_TRUE(ready.TryCreate(kId, &made, LookUpSection)) << "another module withdrawn";
     ready.WithdrawModule(kModuleA);
-    EXPECT_FALSE(ready.TryCreate(kId, &made)) << "its module withdrawn";
+    EXPECT_FALSE(ready.TryCreate(kId, &made, LookUpSection)) << "its module withdrawn";
 
     ready.Publish(kId, kModuleB, &CreateInB);
-    ASSERT_TRUE(ready.TryCreate(kId, &made));
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
     EXPECT_EQ(made, kMadeByB) << "published again with another module";
 
     ready.Publish(kId, nullptr, &CreateInB);
-    ASSERT_TRUE(ready.TryCreate(kId, &made)) << "a module that is no module changes nothing";
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection)) << "a module that is no module changes nothing";
 
     made = kMadeByA;
     ready.Publish(kId, kModuleB, &CreateNothing);
-    ASSERT_TRUE(ready.TryCreate(kId, &made));
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
     EXPECT_EQ(made, nullptr) << "a creator that made nothing still answers";
     made = kMadeByA;
     ready.Publish(kId, kModuleB, &CreateThrowing);
-    ASSERT_TRUE(ready.TryCreate(kId, &made));
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
     EXPECT_EQ(made, nullptr) << "what a creator throws reads as null";
 }
 
@@ -97,12 +107,45 @@ TEST(ReadyCreations, AModuleWithdrawnDuringACreationIsInUseUntilItReturns)
     g_asked = &ready;
     ready.Publish(kId, kModuleA, &CreateWhileWithdrawn);
     IComponent* made = nullptr;
-    ASSERT_TRUE(ready.TryCreate(kId, &made));
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
     EXPECT_EQ(made, kMadeByA);
     EXPECT_TRUE(g_inUseDuringCreation);
     EXPECT_FALSE(g_otherInUseDuringCreation);
     EXPECT_FALSE(ready.CreatingThrough(kModuleA)) << "the creation has returned";
-    EXPECT_FALSE(ready.TryCreate(kId, &made)) << "withdrawn";
+    EXPECT_FALSE(ready.TryCreate(kId, &made, LookUpSection)) << "withdrawn";
+    g_asked = nullptr;
+}
+
+TEST(ReadyCreations, ASectionsModuleIsAskedForItsCreatorAtEveryRequest)
+{
+    ReadyCreations ready;
+    g_asked = &ready;
+    g_sectionPaths.clear();
+    g_calls.clear();
+    static const char kPath[] = "Plugins.ini";
+    ready.PublishSection(kId, kModuleA, kPath);
+    IComponent* made = nullptr;
+    for (int request = 0; request < 2; ++request) {
+        g_inUseDuringCreation = false;
+        ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
+        EXPECT_EQ(made, kMadeByA);
+        EXPECT_TRUE(g_inUseDuringCreation) << "held while it is asked";
+    }
+    EXPECT_EQ(g_sectionPaths, (std::vector<const char*>{kPath, kPath}));
+    ASSERT_EQ(g_calls.size(), 2u);
+    EXPECT_FALSE(ready.CreatingThrough(kModuleA));
+
+    // A module that lost its creator is left to the locked way, and is not
+    // held afterwards.
+    ready.PublishSection(kId, kModuleB, kPath);
+    EXPECT_FALSE(ready.TryCreate(kId, &made, LookUpSection));
+    EXPECT_FALSE(ready.CreatingThrough(kModuleB));
+    // Published as a scanned module's id, the section's lookup is not asked.
+    ready.Publish(kId, kModuleB, &CreateInB);
+    ASSERT_TRUE(ready.TryCreate(kId, &made, LookUpSection));
+    EXPECT_EQ(made, kMadeByB);
+    EXPECT_EQ(g_sectionPaths.size(), 3u);
+    g_asked = nullptr;
 }
 
 // Threads create while the owner publishes and withdraws the module; each
@@ -129,7 +172,7 @@ TEST(ReadyCreations, NoCreationRunsThroughAModuleFoundUnusedAfterItsWithdrawal)
         threads.emplace_back([&] {
             IComponent* made = nullptr;
             while (!stop.load()) {
-                if (ready.TryCreate(kId, &made)) created.fetch_add(1);
+                if (ready.TryCreate(kId, &made, LookUpSection)) created.fetch_add(1);
             }
         });
     }
