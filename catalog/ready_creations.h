@@ -24,7 +24,7 @@
 #include "orvik/module/component.h"
 #include "orvik/module/module_exports.h"
 #include "orvik/platform/module_loader.h"
-#include "util/open_hash_map.h"
+#include "platform/open_hash_map.h"
 
 namespace Orvik {
 

@@ -23,7 +23,7 @@
 #include "log/log_files.h"
 #include "factory/factory_inspection.h"
 #include "factory/grow_only_set.h"
-#include "util/open_hash_map.h"
+#include "platform/open_hash_map.h"
 #include "orvik/module/component_factory.h"
 #include "orvik/module/component_impl.h"
 #include "orvik/platform/lock.h"

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "util/probe_tables.h"
+#include "platform/probe_tables.h"
 
 namespace Orvik {
 

@@ -1,23 +1,40 @@
 #include "platform/posix/module_table.h"
 
+#include <atomic>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <unordered_map>
 #include <utility>
-#include <vector>
+
+#include "platform/open_hash_map.h"
 
 namespace Orvik {
 namespace Platform {
 
 namespace {
 
+// The exports of a held module found before, read without the table's
+// lock: every section request looks three up. A module is asked for few,
+// always the same ones: a short list beats hashing the name. An entry is
+// complete before the count shows it.
+struct KnownExports {
+    static constexpr uint32_t kMax = 8;
+    struct Export {
+        std::atomic<const char*> name{nullptr};
+        std::atomic<void*> symbol{nullptr};
+    };
+    Export exports[kMax];
+    std::atomic<uint32_t> count{0};
+    std::unique_ptr<char[]> names[kMax];  // the names' copies, which the entries point at
+};
+
 struct HeldModule {
     std::string path;
     uint32_t references;
-    // A module asks for few exports, always the same ones: a short list
-    // beats hashing the name.
-    std::vector<std::pair<std::string, void*>> exports;
+    std::unique_ptr<KnownExports> known;
 };
 
 struct ModuleTable {
@@ -29,7 +46,13 @@ struct ModuleTable {
     std::unordered_map<ModuleHandle, HeldModule> modules;
     // The first path of each held module.
     std::unordered_map<std::string, ModuleHandle> paths;
+    // Each held module's known exports, found without the lock. A reader
+    // asks only for a module it holds a reference to, whose entry therefore
+    // stays while it reads.
+    TOpenHashMap<uintptr_t, KnownExports> knownByHandle;
 };
+
+uintptr_t Key(ModuleHandle module) { return reinterpret_cast<uintptr_t>(module); }
 
 ModuleTable& Table()
 {
@@ -50,15 +73,20 @@ bool AddModuleReference(ModuleHandle module, const std::string& path)
         ++held->second.references;
         return false;
     }
-    const auto inserted = table.modules.emplace(module, HeldModule{path, 1, {}}).first;
-    // A module is recorded with both entries or not at all (the caller then
-    // gives the loader's reference back).
+    // A module is recorded with all its entries or not at all (the caller
+    // then gives the loader's reference back): what may need memory comes
+    // first.
+    table.knownByHandle.ReserveOneMore();
+    auto known = std::make_unique<KnownExports>();
+    KnownExports* const knownExports = known.get();
+    const auto inserted = table.modules.emplace(module, HeldModule{path, 1, std::move(known)}).first;
     try {
         table.paths.emplace(inserted->second.path, module);
     } catch (const std::bad_alloc&) {
         table.modules.erase(inserted);
         throw;
     }
+    table.knownByHandle.Set(Key(module), knownExports);
     return true;
 }
 
@@ -83,6 +111,7 @@ bool DropModuleReference(ModuleHandle module, bool* last)
     if (*last) {
         const auto path = table.paths.find(held->second.path);
         if (path != table.paths.end() && path->second == module) table.paths.erase(path);
+        table.knownByHandle.Set(Key(module), nullptr);
         table.modules.erase(held);
     }
     return true;
@@ -101,15 +130,13 @@ bool FindHeldModule(ModuleHandle module, std::string* path)
 bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
 {
     *symbol = nullptr;
-    ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
-    const auto held = table.modules.find(module);
-    if (held == table.modules.end()) return false;
-    // The names a module is asked for nearly all differ in length.
-    const size_t length = std::strlen(name);
-    for (const auto& known : held->second.exports) {
-        if (known.first.size() == length && std::memcmp(known.first.data(), name, length) == 0) {
-            *symbol = known.second;
+    const KnownExports* known = Table().knownByHandle.Find(Key(module));
+    if (known == nullptr) return false;
+    const uint32_t count = known->count.load(std::memory_order_acquire);
+    for (uint32_t i = 0; i < count; ++i) {
+        const char* knownName = known->exports[i].name.load(std::memory_order_relaxed);
+        if (std::strcmp(knownName, name) == 0) {
+            *symbol = known->exports[i].symbol.load(std::memory_order_relaxed);
             break;
         }
     }
@@ -122,14 +149,20 @@ void RememberExport(ModuleHandle module, const char* name, void* symbol)
     std::lock_guard<std::mutex> guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return;
-    for (const auto& known : held->second.exports) {
-        if (std::strcmp(known.first.c_str(), name) == 0) return;  // another thread was first
+    KnownExports& known = *held->second.known;
+    const uint32_t count = known.count.load(std::memory_order_relaxed);
+    for (uint32_t i = 0; i < count; ++i) {
+        if (std::strcmp(known.exports[i].name.load(std::memory_order_relaxed), name) == 0) return;  // another thread was first
     }
     // An export that cannot be kept is looked up again next time.
-    try {
-        held->second.exports.emplace_back(name, symbol);
-    } catch (const std::bad_alloc&) {
-    }
+    if (count == KnownExports::kMax) return;
+    const size_t size = std::strlen(name) + 1;
+    known.names[count].reset(new (std::nothrow) char[size]);
+    if (known.names[count] == nullptr) return;
+    std::memcpy(known.names[count].get(), name, size);
+    known.exports[count].name.store(known.names[count].get(), std::memory_order_relaxed);
+    known.exports[count].symbol.store(symbol, std::memory_order_relaxed);
+    known.count.store(count + 1, std::memory_order_release);
 }
 
 }  // namespace Platform

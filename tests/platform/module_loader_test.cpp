@@ -241,6 +241,35 @@ TEST(ModuleLoader, ThreadsLoadAndReleaseOneModuleTogether)
     EXPECT_EQ(Platform::FindLoadedModule("probe_b.dll"), nullptr);
 }
 
+TEST(ModuleLoader, ExportsOfAHeldModuleAnswerWhileOthersComeAndGo)
+{
+    // Exports found before are answered without the table's lock: they stay
+    // right while another thread's loads and releases change the table.
+    ModuleHandle held = Platform::LoadModule(ProbePath("probe_a.dll").c_str());
+    ASSERT_NE(held, nullptr);
+    const Platform::ExportedFunction first = Platform::FindExport(held, "ProbeCountCall");
+    ASSERT_NE(first, nullptr);
+    std::atomic<bool> done{false};
+    std::atomic<int> failures{0};
+    std::thread churn([&] {
+        for (int i = 0; i < 200; ++i) {
+            ModuleHandle other = Platform::LoadModule(ProbePath("probe_b.dll").c_str());
+            if (other == nullptr || Platform::FindExport(other, "ProbeCountCall") == nullptr ||
+                Platform::FindExport(other, "ProbeCountCall") == first || !Platform::ReleaseModule(other)) {
+                ++failures;
+            }
+        }
+        done = true;
+    });
+    while (!done) {
+        if (Platform::FindExport(held, "ProbeCountCall") != first) ++failures;
+        if (Platform::FindExport(held, "NoSuchExport") != nullptr) ++failures;
+    }
+    churn.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_TRUE(Platform::ReleaseModule(held));
+}
+
 TEST(ModuleLoader, LookingForModulesNeverKeepsOneAnotherThreadReleased)
 {
     // Finding a module by name walks every loaded object while another

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <cstddef>
 
-#include "util/probe_tables.h"
+#include "platform/probe_tables.h"
 
 namespace Orvik {
 

@@ -1,4 +1,4 @@
-#include "util/open_hash_map.h"
+#include "platform/open_hash_map.h"
 
 #include <gtest/gtest.h>
 
