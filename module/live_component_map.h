@@ -2,7 +2,7 @@
 // The module's live components by address. Open addressing with linear
 // probing and backward-shift removal: making and releasing a component
 // allocates nothing once the table has grown to the module's peak. Internal
-// to the module runtime; used under the module lock.
+// to the module runtime; used under the module's live-map lock.
 
 #include <cstddef>
 #include <cstdint>

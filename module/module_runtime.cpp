@@ -40,7 +40,7 @@ void EnterModuleLock()
 {
     ModuleState& state = State();
     InitialiseModuleLock(state);
-    Platform::EnterLock(&state.lock);
+    Platform::EnterLock(&State().lock);
 }
 
 void LeaveModuleLock() { Platform::LeaveLock(&State().lock); }
@@ -51,11 +51,12 @@ void RegisterCreator(ComponentId componentId, CreatorFunction creator)
     ModuleState& state = State();
     const uint32_t count = state.creatorCount.load(std::memory_order_relaxed);
     if (count >= kMaxCreators || componentId == 0 || creator == nullptr) return;
-    state.creators[count] = CreatorEntry{componentId, creator};
+    State().creators[count] = CreatorEntry{componentId, creator};
     state.creatorCount.store(count + 1, std::memory_order_release);
 }
 
-CreatorFunction FindCreator(ComponentId componentId)
+// Reads the table without the lock that guards its writers, on purpose.
+CreatorFunction FindCreator(ComponentId componentId) ORVIK_NO_THREAD_SAFETY_ANALYSIS
 {
     // The table only grows, and an entry is complete before the count shows
     // it: the lookup needs no lock.
@@ -70,7 +71,7 @@ CreatorFunction FindCreator(ComponentId componentId)
 namespace {
 
 // Neither a live component nor one being made.
-bool NoLiveComponent()
+bool NoLiveComponent() ORVIK_REQUIRES(State().liveLock)
 {
     const LiveComponentMap* live = LiveMap();
     return live == nullptr || (live->empty() && !live->HasReservations());

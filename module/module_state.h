@@ -9,6 +9,7 @@
 #include "module/short_lock.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 
 namespace Orvik {
 
@@ -31,7 +32,7 @@ struct ModuleState {
     std::atomic<uint32_t> calls{0};
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
-    CreatorEntry creators[kMaxCreators] = {};
+    CreatorEntry creators[kMaxCreators] ORVIK_GUARDED_BY(lock) = {};
     // Written under the lock after the entry it shows, so readers need none.
     std::atomic<uint32_t> creatorCount{0};
 
@@ -43,7 +44,7 @@ struct ModuleState {
     // The lock guards the live map and, with it, the decision that the
     // module is idle: the map's few instructions need no re-entrant lock,
     // and nothing calls out while it is held.
-    alignas(64) ShortLock liveLock;
+    alignas(64) ShortLock liveLock ORVIK_ACQUIRED_AFTER(lock);
     // Where the live map is built (module_runtime.cpp says when).
     alignas(LiveComponentMap) unsigned char liveMapStorage[sizeof(LiveComponentMap)] = {};
 };
@@ -57,19 +58,25 @@ extern LiveComponentMap* g_liveMap;
 // Inline: every creation and release asks for both several times.
 inline ModuleState& State() { return Detail::g_moduleState; }
 // Null once the module's exit processing has destroyed it.
-inline LiveComponentMap* LiveMap() { return Detail::g_liveMap; }
+inline LiveComponentMap* LiveMap() ORVIK_REQUIRES(State().liveLock) { return Detail::g_liveMap; }
 
 // Holds the live map's lock for its own lifetime.
-class LiveMapGuard : public ShortLockGuard {
+class ORVIK_SCOPED_CAPABILITY LiveMapGuard : public ShortLockGuard {
 public:
-    LiveMapGuard() : ShortLockGuard(State().liveLock) {}
+    LiveMapGuard() ORVIK_ACQUIRE(State().liveLock) : ShortLockGuard(State().liveLock) {}
+    ~LiveMapGuard() ORVIK_RELEASE() = default;
 };
 
+// The module lock as the module's own code sees it (the public declarations
+// cannot name it).
+void EnterModuleLock() ORVIK_ACQUIRE(State().lock);
+void LeaveModuleLock() ORVIK_RELEASE(State().lock);
+
 // RAII guard for the module lock.
-class ModuleLockGuard {
+class ORVIK_SCOPED_CAPABILITY ModuleLockGuard {
 public:
-    ModuleLockGuard() { EnterModuleLock(); }
-    ~ModuleLockGuard() { LeaveModuleLock(); }
+    ModuleLockGuard() ORVIK_ACQUIRE(State().lock) { EnterModuleLock(); }
+    ~ModuleLockGuard() ORVIK_RELEASE() { LeaveModuleLock(); }
     ModuleLockGuard(const ModuleLockGuard&) = delete;
     ModuleLockGuard& operator=(const ModuleLockGuard&) = delete;
 };

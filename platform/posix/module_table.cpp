@@ -1,11 +1,12 @@
 #include "platform/posix/module_table.h"
 
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "platform/mutex.h"
 
 namespace Orvik {
 namespace Platform {
@@ -23,12 +24,12 @@ struct HeldModule {
 struct ModuleTable {
     // Never held while the loader runs a module's initialisation or
     // finalisation, which may load or free modules in turn.
-    std::mutex lock;
+    Mutex lock;
     // Hashed: every export lookup of a request asks here, and the time it
     // takes must not grow with the number of modules held.
-    std::unordered_map<ModuleHandle, HeldModule> modules;
+    std::unordered_map<ModuleHandle, HeldModule> modules ORVIK_GUARDED_BY(lock);
     // The first path of each held module.
-    std::unordered_map<std::string, ModuleHandle> paths;
+    std::unordered_map<std::string, ModuleHandle> paths ORVIK_GUARDED_BY(lock);
 };
 
 ModuleTable& Table()
@@ -42,7 +43,7 @@ ModuleTable& Table()
 bool AddModuleReference(ModuleHandle module, const std::string& path)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     // A module opened again under another name only counts: its path is
     // copied the first time alone.
     const auto held = table.modules.find(module);
@@ -65,7 +66,7 @@ bool AddModuleReference(ModuleHandle module, const std::string& path)
 bool TakeHeldPath(const std::string& path, ModuleHandle* module)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto found = table.paths.find(path);
     if (found == table.paths.end()) return false;
     ++table.modules.find(found->second)->second.references;
@@ -76,7 +77,7 @@ bool TakeHeldPath(const std::string& path, ModuleHandle* module)
 bool DropModuleReference(ModuleHandle module, bool* last)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
     *last = --held->second.references == 0;
@@ -91,7 +92,7 @@ bool DropModuleReference(ModuleHandle module, bool* last)
 bool FindHeldModule(ModuleHandle module, std::string* path)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
     if (path != nullptr) *path = held->second.path;
@@ -102,7 +103,7 @@ bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
 {
     *symbol = nullptr;
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
     // The names a module is asked for nearly all differ in length.
@@ -119,7 +120,7 @@ bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
 void RememberExport(ModuleHandle module, const char* name, void* symbol)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return;
     for (const auto& known : held->second.exports) {
