@@ -3,7 +3,6 @@
 // standard library's own are not annotated, so data guarded by one would go
 // unchecked. Same behaviour, same cost (every call is inline).
 
-#include <condition_variable>
 #include <mutex>
 
 #include "orvik/platform/thread_annotations.h"

@@ -5,6 +5,7 @@
 #include "orvik/platform/thread_timer.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <map>
 #include <new>
 #include <thread>
@@ -35,7 +36,7 @@ struct TimerState {
     Mutex mutex;
     std::condition_variable changed;
     std::map<TimerId, Timer> timers ORVIK_GUARDED_BY(mutex);
-    Firing* firing ORVIK_GUARDED_BY(mutex) = nullptr;  // procedures being called
+    Firing* firing ORVIK_GUARDED_BY(mutex) ORVIK_PT_GUARDED_BY(mutex) = nullptr;  // procedures being called
     TimerId nextId ORVIK_GUARDED_BY(mutex) = 1;
 };
 

@@ -5,8 +5,10 @@
 /// leave or need it. Other compilers see nothing of them.
 
 #if defined(__clang__)
+/// The attribute x for clang.
 #define ORVIK_THREAD_ANNOTATION(x) __attribute__((x))
 #else
+/// Nothing: the compiler has no thread-safety analysis.
 #define ORVIK_THREAD_ANNOTATION(x)
 #endif
 
@@ -20,8 +22,6 @@
 #define ORVIK_PT_GUARDED_BY(lock) ORVIK_THREAD_ANNOTATION(pt_guarded_by(lock))
 /// Locks taken before this one by a thread that holds both.
 #define ORVIK_ACQUIRED_AFTER(...) ORVIK_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))
-/// Locks taken after this one by a thread that holds both.
-#define ORVIK_ACQUIRED_BEFORE(...) ORVIK_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
 /// The caller holds the locks.
 #define ORVIK_REQUIRES(...) ORVIK_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 /// The caller does not hold the locks (the function takes them).
