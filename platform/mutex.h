@@ -24,8 +24,9 @@ private:
     std::mutex mutex_;
 };
 
-// Re-entrant: a thread that holds it may take it again. The analysis sees
-// only the outermost hold of a function.
+// Re-entrant: a thread that holds it may take it again. The analysis knows
+// no re-entry: taken again through a call it passes unseen, taken twice in
+// one function it is refused.
 class ORVIK_CAPABILITY("mutex") RecursiveMutex {
 public:
     RecursiveMutex() = default;
@@ -64,6 +65,7 @@ public:
     {
         if (lock_ != nullptr) lock_->unlock();
     }
+    // RELEASE, as for any scope: its end undoes what it began.
     ~ScopedUnlock() ORVIK_RELEASE()
     {
         if (lock_ != nullptr) lock_->lock();

@@ -20,7 +20,8 @@
 #define ORVIK_GUARDED_BY(lock) ORVIK_THREAD_ANNOTATION(guarded_by(lock))
 /// What the pointer points to is used only with the lock held.
 #define ORVIK_PT_GUARDED_BY(lock) ORVIK_THREAD_ANNOTATION(pt_guarded_by(lock))
-/// Locks taken before this one by a thread that holds both.
+/// Locks taken before this one by a thread that holds both (checked with
+/// -Wthread-safety-beta).
 #define ORVIK_ACQUIRED_AFTER(...) ORVIK_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))
 /// The caller holds the locks.
 #define ORVIK_REQUIRES(...) ORVIK_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
