@@ -17,7 +17,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <mutex>
 #include <vector>
 
 #include "catalog/catalog_observer.h"
@@ -30,6 +29,7 @@
 #include "orvik/platform/module_loader.h"
 #include "orvik/util/file_operator.h"
 #include "orvik/util/string_manipulate.h"
+#include "platform/mutex.h"
 
 namespace Orvik {
 
@@ -141,7 +141,7 @@ public:
     void Inspect(OrvikCatalogState* state, std::vector<OrvikModuleState>* modules) const;
     // The lock the owner holds around every call of the catalog; the catalog
     // leaves it while a provider's CreateComponent runs. None by default.
-    void SetOwnerLock(std::recursive_mutex* lock);
+    void SetOwnerLock(Platform::RecursiveMutex* lock);
     // Before a module is freed: no request finds it through
     // CreateFromReadyModule any more. False while a provider's
     // CreateComponent, found through module, runs or is about to: the module
@@ -242,7 +242,11 @@ private:
     // What the requested sections added to their records; a deque, so a
     // section's entry stays where it is while others are added.
     std::deque<SectionModule> sectionModules_;
-    std::recursive_mutex* ownerLock_ = nullptr;
+    // Held by the owner around every call of the catalog: the analysis
+    // cannot see that from here, so the catalog states it where it leaves
+    // the lock.
+    void OwnerLockHeld() const ORVIK_ASSERT_CAPABILITY(ownerLock_) {}
+    Platform::RecursiveMutex* ownerLock_ = nullptr;
     // The module of each creation under way, once per creation. Few run at
     // once; the vector keeps its capacity, so a request allocates nothing.
     std::vector<Platform::ModuleHandle> creating_;

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <utility>
-#include <mutex>
 
 #include "catalog/component_class_info_list.h"
 #include "catalog/trace_gate.h"
@@ -12,6 +11,7 @@
 #include "orvik/module/module_exports.h"
 #include "orvik/module/module_runtime.h"
 #include "platform/multibyte.h"
+#include "platform/mutex.h"
 
 namespace Orvik {
 
@@ -37,28 +37,9 @@ Exports::CreateComponent::Function IntroduceAndFindCreator(Platform::ModuleHandl
     return FindModuleExport<Exports::CreateComponent>(module);
 }
 
-// Leaves a re-entrant lock for its own lifetime (once: a thread that holds
-// it more than once keeps it).
-class LockLeft {
-public:
-    explicit LockLeft(std::recursive_mutex* lock) : lock_(lock)
-    {
-        if (lock_ != nullptr) lock_->unlock();
-    }
-    ~LockLeft()
-    {
-        if (lock_ != nullptr) lock_->lock();
-    }
-    LockLeft(const LockLeft&) = delete;
-    LockLeft& operator=(const LockLeft&) = delete;
-
-private:
-    std::recursive_mutex* lock_;
-};
-
 }  // namespace
 
-void CComponentClassInfoList::SetOwnerLock(std::recursive_mutex* lock) { ownerLock_ = lock; }
+void CComponentClassInfoList::SetOwnerLock(Platform::RecursiveMutex* lock) { ownerLock_ = lock; }
 
 bool CComponentClassInfoList::PrepareUnload(Platform::ModuleHandle module)
 {
@@ -84,7 +65,8 @@ IComponent* CComponentClassInfoList::CallCreateComponent(Exports::CreateComponen
     creating_.push_back(module);
     IComponent* component = nullptr;
     {
-        const LockLeft unlocked(ownerLock_);
+        OwnerLockHeld();
+        const Platform::ScopedUnlock<Platform::RecursiveMutex> unlocked(ownerLock_);
         // The catalog asks on the factory's behalf, so the factory is the
         // creator. A module built otherwise may let an exception out of its
         // export: it counts as a null result.

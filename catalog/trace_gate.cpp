@@ -1,8 +1,8 @@
 #include "catalog/trace_gate.h"
 
-#include <mutex>
 #include <thread>
 
+#include "platform/mutex.h"
 #include "platform/trace_clock.h"
 
 namespace Orvik {
@@ -15,7 +15,8 @@ namespace {
 // Calls into a sink under way, counted before the sink is read, so that a
 // removal that finds none left knows every later call sees the new sink.
 std::atomic<uint32_t> g_inFlight{0};
-std::mutex g_installing;
+// Lets one installation at a time wait for the calls into the previous sink.
+Platform::Mutex g_installing;
 // The threads inside a sink (0 marks a free place), so that one of them
 // asking to change the sink is refused instead of waiting for itself. No
 // thread_local: its first use in a module loaded at run time needs memory.
@@ -88,7 +89,7 @@ bool Install(IOrvikTraceSink* sink)
 {
     // Waiting for itself would never end.
     if (IsCaller(Platform::CurrentThreadId())) return false;
-    const std::lock_guard<std::mutex> installing(g_installing);
+    const Platform::MutexGuard installing(g_installing);
     g_sink.store(sink);
     while (g_inFlight.load() != 0) std::this_thread::yield();
     return true;

@@ -44,3 +44,12 @@ if(ORVIK_SANITIZE_THREAD)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
 endif()
+
+# The lock annotations (orvik/platform/thread_annotations.h) checked by
+# clang; any warning, of the analysis or another, fails the build.
+if(ORVIK_THREAD_SAFETY)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "ORVIK_THREAD_SAFETY needs clang")
+  endif()
+  add_compile_options(-Wthread-safety -Wthread-safety-beta -Werror)
+endif()

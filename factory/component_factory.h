@@ -15,7 +15,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -23,10 +22,12 @@
 #include "log/log_files.h"
 #include "factory/factory_inspection.h"
 #include "factory/grow_only_set.h"
+#include "platform/mutex.h"
 #include "platform/open_hash_map.h"
 #include "orvik/module/component_factory.h"
 #include "orvik/module/component_impl.h"
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 #include "orvik/platform/thread_timer.h"
 #include "orvik/util/file_operator.h"
 #include "orvik/util/string_manipulate.h"
@@ -41,7 +42,8 @@ public:
     COrvikComponentFactory();
     ~COrvikComponentFactory() override;
 
-    IComponent* CreateComponentByID(ComponentId id, const char* configPath) override;
+    // Reads the registry without the state lock, on purpose: see there.
+    IComponent* CreateComponentByID(ComponentId id, const char* configPath) ORVIK_NO_THREAD_SAFETY_ANALYSIS override;
     void QueryLogSetting(const char* configPath, ComponentId id, uint32_t* debugOutputMask, uint32_t* logFileMask,
                          LogFileInfo** info) override;
     void AddRegisteredInstance(IComponent* instance) override;
@@ -51,7 +53,8 @@ public:
     void SetRootPath(const char* path) override;
     int32_t CopyRootPath(char* buffer) override;
     void RegisterInstance(ComponentId id, IComponent* instance) override;
-    int32_t IsRegisteredInstance(IComponent* instance) override;
+    // Reads the set of listed instances without the state lock, on purpose.
+    int32_t IsRegisteredInstance(IComponent* instance) ORVIK_NO_THREAD_SAFETY_ANALYSIS override;
     void RetryFailedModules(const char* configPath) override;
     Platform::FileHandle StartNewLogFile() override;
     void Uninitialize() override;
@@ -81,11 +84,13 @@ private:
     void UnloadPendingModules();
     static void UnloadTimerProc(void* window, uint32_t message, Platform::TimerId id, uint32_t time);
     // Appends instance to the registered-instance list unless it is listed.
-    void ListInstance(IComponent* instance);
+    void ListInstance(IComponent* instance) ORVIK_REQUIRES(stateLock_);
     // A request that no registered instance answers (which may register
     // one meanwhile). Out of line, so that a registered instance's request
-    // pays for none of it.
-    [[gnu::noinline]] IComponent* CreateUnregistered(ComponentId id, const char* configPath);
+    // pays for none of it. Asks the default catalog's ready modules without
+    // the state lock, on purpose: see there.
+    [[gnu::noinline]] IComponent* CreateUnregistered(ComponentId id, const char* configPath)
+        ORVIK_NO_THREAD_SAFETY_ANALYSIS;
     // The same under the state lock, through the catalog of configPath.
     IComponent* CreateThroughCatalog(ComponentId id, const char* configPath);
     // Tells the trace that a registered instance answered; out of line,
@@ -94,10 +99,10 @@ private:
                                                            const char* configPath);
     // Every catalog of a configuration path, in the paths' order, then the
     // default catalog.
-    void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit);
+    void ForEachCatalog(const std::function<void(CComponentClassInfoList&)>& visit) ORVIK_REQUIRES(stateLock_);
 
     using Catalog = std::shared_ptr<CComponentClassInfoList>;
-    using StateGuard = std::lock_guard<std::recursive_mutex>;
+    using StateGuard = Platform::ScopedLock<Platform::RecursiveMutex>;
 
     // Fields, in the order of construction. stateLock_ guards every other
     // field but the log files, which guard themselves, and the readers of
@@ -105,27 +110,27 @@ private:
     // held around
     // every call of a catalog. Requests look the registry up twice each (by
     // id, and whether to release), in constant time.
-    std::recursive_mutex stateLock_;
-    TOpenHashMap<ComponentId, IComponent> registeredInstances_;
+    Platform::RecursiveMutex stateLock_ ORVIK_ACQUIRED_AFTER(factoryLock_);
+    TOpenHashMap<ComponentId, IComponent> registeredInstances_ ORVIK_GUARDED_BY(stateLock_);
     // Null where ReleaseRegisteredInstances released the instance: it stays
     // listed, and is never used again.
-    std::vector<IComponent*> registeredList_;
+    std::vector<IComponent*> registeredList_ ORVIK_GUARDED_BY(stateLock_);
     // Every instance ever listed; written under stateLock_ only.
-    TGrowOnlySet<IComponent> listedInstances_;
+    TGrowOnlySet<IComponent> listedInstances_ ORVIK_GUARDED_BY(stateLock_);
     Platform::CriticalSection factoryLock_;
-    char rootPath_[Platform::kMaxPath];
+    char rootPath_[Platform::kMaxPath] ORVIK_GUARDED_BY(stateLock_);
     CLogFiles logFiles_;
     // Before the default catalog, so the trace hears that catalog's end.
     CFactoryInspection inspection_{*this};
-    CComponentClassInfoList defaultCatalog_;
+    CComponentClassInfoList defaultCatalog_ ORVIK_GUARDED_BY(stateLock_);
     // Looked up by the caller's text as it is, without making a string. A
     // request holds its catalog while it runs, so a shutdown meanwhile
     // destroys the catalog only when the request is done with it.
-    std::map<std::string, Catalog, std::less<>> catalogs_;
+    std::map<std::string, Catalog, std::less<>> catalogs_ ORVIK_GUARDED_BY(stateLock_);
     // Ordered by HandleOrder, each once: a sorted vector keeps its room
     // between idle notices, where a set would allocate for each.
-    std::vector<Platform::ModuleHandle> pendingModules_;
-    Platform::TimerId timerId_ = 0;
+    std::vector<Platform::ModuleHandle> pendingModules_ ORVIK_GUARDED_BY(stateLock_);
+    Platform::TimerId timerId_ ORVIK_GUARDED_BY(stateLock_) = 0;
 };
 
 // True from the factory's construction to the start of its Uninitialize.

@@ -25,7 +25,7 @@ LogFileInfo* CLogFiles::OpenRecord(uint32_t maxFileCount, uint32_t maxFileSize)
 {
     info_.maxFileCount = maxFileCount;
     info_.maxFileSize = maxFileSize;
-    std::lock_guard<std::mutex> opening(opening_);
+    const Platform::MutexGuard opening(opening_);
     if (info_.file == Platform::InvalidFileHandle()) CreateLogFile();
     return &info_;
 }
@@ -58,14 +58,14 @@ void CLogFiles::CreateLogFile()
 
 void CLogFiles::DescribeFile(char* name, size_t size, int32_t* open)
 {
-    std::lock_guard<std::mutex> opening(opening_);
+    const Platform::MutexGuard opening(opening_);
     Platform::CopyBytesBounded(name, fileName_, size);
     *open = file_ ? 1 : 0;
 }
 
 Platform::FileHandle CLogFiles::StartNewLogFile()
 {
-    std::lock_guard<std::mutex> opening(opening_);
+    const Platform::MutexGuard opening(opening_);
     CloseLogFile();
     CreateLogFile();
     return info_.file;

@@ -5,14 +5,15 @@
 // request and, at shutdown, keeps only the newest "MaxFileCount" files.
 
 #include <map>
-#include <mutex>
 #include <string>
 
 #include "orvik/module/log_file_info.h"
 #include "orvik/platform/file_system.h"
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 #include "orvik/util/file_operator.h"
 #include "orvik/util/string_manipulate.h"
+#include "platform/mutex.h"
 
 namespace Orvik {
 
@@ -29,17 +30,17 @@ public:
 
     // The record, with the limits just set and the first file opened unless
     // one was opened before.
-    LogFileInfo* OpenRecord(uint32_t maxFileCount, uint32_t maxFileSize);
+    LogFileInfo* OpenRecord(uint32_t maxFileCount, uint32_t maxFileSize) ORVIK_EXCLUDES(opening_);
     // Closes the current file and opens a new one; its handle (invalid on
     // failure).
-    Platform::FileHandle StartNewLogFile();
+    Platform::FileHandle StartNewLogFile() ORVIK_EXCLUDES(opening_);
     // Closes the file for good: the record then names file 0.
     void CloseLogFile();
     // Deletes all but the newest maxFileCount ".log" files of the directory.
     void RemoveOldLogFiles();
     // The file opened last into name (empty when none was), and 1 in *open
     // while it is open.
-    void DescribeFile(char* name, size_t size, int32_t* open);
+    void DescribeFile(char* name, size_t size, int32_t* open) ORVIK_EXCLUDES(opening_);
 
     // Lists the log directory's ".log" files for RemoveOldLogFiles.
     void OnFileFound(const Platform::FindData& data, void* context) override;
@@ -51,7 +52,7 @@ private:
     };
     using OldFileList = std::map<Platform::FileTime, std::string, LaterFirst>;
 
-    void CreateLogFile();
+    void CreateLogFile() ORVIK_REQUIRES(opening_);
     // "<root>\OrvikLog\" into a 260-byte buffer; false when it does not fit.
     bool FormLogDirectory(char* directory) const;
     // Makes file the record's file.
@@ -62,10 +63,10 @@ private:
     // The record's file belongs to this owner; info_.file names it.
     Platform::UniqueFile file_;
     // Two first log-setting queries must not open two files.
-    std::mutex opening_;
+    Platform::Mutex opening_;
     // The file opened last, written under opening_; a buffer, so that
     // opening a file needs no memory beyond the open.
-    char fileName_[Platform::kMaxPath] = {};
+    char fileName_[Platform::kMaxPath] ORVIK_GUARDED_BY(opening_) = {};
 };
 
 }  // namespace Orvik

@@ -74,10 +74,9 @@ try {
 int32_t ORVIK_CDECL GetComponentIDs(uint32_t* ids, int32_t max)
 {
     ModuleLockGuard guard;
-    const Orvik::ModuleState& state = Orvik::State();
-    const uint32_t count = state.creatorCount.load(std::memory_order_acquire);
+    const uint32_t count = Orvik::State().creatorCount.load(std::memory_order_acquire);
     for (uint32_t i = 0; ids != nullptr && i < count && static_cast<int64_t>(i) < max; ++i) {
-        ids[i] = state.creators[i].componentId;
+        ids[i] = Orvik::State().creators[i].componentId;
     }
     return static_cast<int32_t>(count);
 }

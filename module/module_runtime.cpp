@@ -44,7 +44,7 @@ void EnterModuleLock()
 {
     ModuleState& state = State();
     InitialiseModuleLock(state);
-    Platform::EnterLock(&state.lock);
+    Platform::EnterLock(&State().lock);
 }
 
 void LeaveModuleLock() { Platform::LeaveLock(&State().lock); }
@@ -55,11 +55,12 @@ void RegisterCreator(ComponentId componentId, CreatorFunction creator)
     ModuleState& state = State();
     const uint32_t count = state.creatorCount.load(std::memory_order_relaxed);
     if (count >= kMaxCreators || componentId == 0 || creator == nullptr) return;
-    state.creators[count] = CreatorEntry{componentId, creator};
+    State().creators[count] = CreatorEntry{componentId, creator};
     state.creatorCount.store(count + 1, std::memory_order_release);
 }
 
-CreatorFunction FindCreator(ComponentId componentId)
+// Reads the table without the lock that guards its writers, on purpose.
+CreatorFunction FindCreator(ComponentId componentId) ORVIK_NO_THREAD_SAFETY_ANALYSIS
 {
     // The table only grows, and an entry is complete before the count shows
     // it: the lookup needs no lock.
@@ -176,14 +177,15 @@ bool OtherShardsEmpty(const LiveShard& held)
     return true;
 }
 
-// Under every shard's lock: the lowest entry above `after` over all the
-// shards whose component pick holds.
+// The lowest entry above `after` over all the shards whose component pick
+// holds.
 template <class Predicate>
-const ComponentInstanceInfo* LowestEntryAbove(const void* after, bool fromStart, Predicate pick)
+const ComponentInstanceInfo* LowestEntryAbove(const AllShardsGuard& all, const void* after, bool fromStart,
+                                              Predicate pick)
 {
     const ComponentInstanceInfo* lowest = nullptr;
     for (LiveShard& shard : State().liveShards) {
-        const ComponentInstanceInfo* found = MapOf(shard)->LowestAbove(after, fromStart, pick);
+        const ComponentInstanceInfo* found = all.MapOf(shard)->LowestAbove(after, fromStart, pick);
         if (found == nullptr) continue;
         if (lowest == nullptr || reinterpret_cast<uintptr_t>(found->pointer) < reinterpret_cast<uintptr_t>(lowest->pointer)) {
             lowest = found;
@@ -198,9 +200,9 @@ void MakeLiveTables()
 {
     ModuleState& state = State();
     if (state.liveTablesMade.load(std::memory_order_acquire)) return;
-    const AllShardsGuard guard;
+    const AllShardsGuard all;
     if (!Detail::g_liveMapsBuilt) return;
-    for (LiveShard& shard : state.liveShards) MapOf(shard)->MakeFirstTable();
+    for (LiveShard& shard : state.liveShards) all.MapOf(shard)->MakeFirstTable();
     state.liveTablesMade.store(true, std::memory_order_release);
 }
 
@@ -267,10 +269,10 @@ void ReleaseAutoReleasedComponents()
         IComponent* component = nullptr;
         {
             // GetAutoRelease is the component's own field, read in place.
-            const AllShardsGuard guard;
+            const AllShardsGuard all;
             if (!Detail::g_liveMapsBuilt) return;
             const ComponentInstanceInfo* entry = LowestEntryAbove(
-                last, fromStart, [](IComponent* candidate) { return candidate->GetAutoRelease() != 0; });
+                all, last, fromStart, [](IComponent* candidate) { return candidate->GetAutoRelease() != 0; });
             if (entry != nullptr) component = entry->pointer;
         }
         if (component == nullptr) return;
@@ -288,17 +290,17 @@ void ReportLeaks()
     // The lines are written under the shards' locks: the report runs as the
     // module ends, when no framework call is under way, and the walk needs
     // the map to stay as it is.
-    const AllShardsGuard guard;
+    const AllShardsGuard all;
     if (!Detail::g_liveMapsBuilt) return;
     size_t count = 0;
-    for (LiveShard& shard : State().liveShards) count += MapOf(shard)->size();
+    for (LiveShard& shard : State().liveShards) count += all.MapOf(shard)->size();
     if (count == 0) return;
     static const char kSeparator[] = "Orvik[Error]:=================================================================\n";
     OutputDebugLine("%s", kSeparator);
     OutputDebugLine("Orvik[Error]:Found leak Orvik components. Count:%d\n", static_cast<int>(count));
     const auto any = [](IComponent*) { return true; };
-    for (const ComponentInstanceInfo* entry = LowestEntryAbove(nullptr, true, any); entry != nullptr;
-         entry = LowestEntryAbove(entry->pointer, false, any)) {
+    for (const ComponentInstanceInfo* entry = LowestEntryAbove(all, nullptr, true, any); entry != nullptr;
+         entry = LowestEntryAbove(all, entry->pointer, false, any)) {
         // The pointer is written in full on 64-bit systems.
         OutputDebugLine("Orvik[Error]:ComponentID:0x%08x CreatorID:0x%08x Pointer:0x%08" PRIxPTR "\n",
                         static_cast<unsigned>(entry->componentId), entry->creatorId,
@@ -324,7 +326,10 @@ int32_t ModuleEntryPoint(Platform::ModuleHandle instance, uint32_t reason, void*
 void FinishModuleExit()
 {
     if (!Detail::g_liveMapsBuilt) return;
-    for (LiveShard& shard : State().liveShards) MapOf(shard)->~LiveComponentMap();
+    {
+        const AllShardsGuard all;
+        for (LiveShard& shard : State().liveShards) all.MapOf(shard)->~LiveComponentMap();
+    }
     Detail::g_liveMapsBuilt = false;
     ForgetRegistryPaths();
 }

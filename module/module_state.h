@@ -11,6 +11,7 @@
 #include "module/short_lock.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 
 namespace Orvik {
 
@@ -37,7 +38,7 @@ struct alignas(64) LiveShard {
     // there are any the module does not agree to be unloaded.
     std::atomic<uint32_t> creating{0};
     // Where the shard's map is built (module_runtime.cpp says when).
-    alignas(LiveComponentMap) unsigned char storage[sizeof(LiveComponentMap)] = {};
+    alignas(LiveComponentMap) unsigned char storage[sizeof(LiveComponentMap)] ORVIK_GUARDED_BY(lock) = {};
 };
 static_assert(sizeof(LiveShard) == 64, "a shard's lock, counts and map fields fit one line");
 
@@ -55,7 +56,7 @@ struct ModuleState {
     std::atomic<uint32_t> calls{0};
     int32_t lockInitialised = 0;
     Platform::CriticalSection lock{};
-    CreatorEntry creators[kMaxCreators] = {};
+    CreatorEntry creators[kMaxCreators] ORVIK_GUARDED_BY(lock) = {};
     // Written under the lock after the entry it shows, so readers need none.
     std::atomic<uint32_t> creatorCount{0};
 
@@ -98,11 +99,15 @@ inline LiveShard& ShardOfThisThread()
     return State().liveShards[(block * 0x9E3779B97F4A7C15ull) >> 60];
 }
 
-// The shard's map; null outside the maps' lifetime.
-inline LiveComponentMap* MapOf(LiveShard& shard)
+// The shard's map, whoever holds its lock; null outside the maps' lifetime.
+// Unchecked: callers are MapOf and AllShardsGuard::MapOf.
+inline LiveComponentMap* MapIn(LiveShard& shard) ORVIK_NO_THREAD_SAFETY_ANALYSIS
 {
     return Detail::g_liveMapsBuilt ? std::launder(reinterpret_cast<LiveComponentMap*>(shard.storage)) : nullptr;
 }
+
+// The shard's map, under the shard's lock.
+inline LiveComponentMap* MapOf(LiveShard& shard) ORVIK_REQUIRES(shard.lock) { return MapIn(shard); }
 
 // Makes every shard's first table (the module's first creation does), so
 // that recording a component needs memory only to grow a table. May throw
@@ -113,32 +118,42 @@ void MakeLiveTables();
 bool RecordLiveComponent(const ComponentInstanceInfo& info);
 
 // Holds one shard's lock for its own lifetime.
-class ShardGuard : public ShortLockGuard {
+class ORVIK_SCOPED_CAPABILITY ShardGuard : public ShortLockGuard {
 public:
-    explicit ShardGuard(LiveShard& shard) : ShortLockGuard(shard.lock) {}
+    explicit ShardGuard(LiveShard& shard) ORVIK_ACQUIRE(shard.lock) : ShortLockGuard(shard.lock) {}
+    ~ShardGuard() ORVIK_RELEASE() = default;
 };
 
 // Holds every shard's lock, taken in the shards' order, for its own
-// lifetime: for what looks at the whole map.
+// lifetime: for what looks at the whole map. The analysis cannot follow a
+// loop of locks, so the maps are reached through the guard itself, which
+// proves them held.
 class AllShardsGuard {
 public:
-    AllShardsGuard()
+    AllShardsGuard() ORVIK_NO_THREAD_SAFETY_ANALYSIS
     {
         for (LiveShard& shard : State().liveShards) shard.lock.lock();
     }
-    ~AllShardsGuard()
+    ~AllShardsGuard() ORVIK_NO_THREAD_SAFETY_ANALYSIS
     {
         for (LiveShard& shard : State().liveShards) shard.lock.unlock();
     }
     AllShardsGuard(const AllShardsGuard&) = delete;
     AllShardsGuard& operator=(const AllShardsGuard&) = delete;
+
+    LiveComponentMap* MapOf(LiveShard& shard) const { return MapIn(shard); }
 };
 
+// The module lock as the module's own code sees it (the public declarations
+// cannot name it).
+void EnterModuleLock() ORVIK_ACQUIRE(State().lock);
+void LeaveModuleLock() ORVIK_RELEASE(State().lock);
+
 // RAII guard for the module lock.
-class ModuleLockGuard {
+class ORVIK_SCOPED_CAPABILITY ModuleLockGuard {
 public:
-    ModuleLockGuard() { EnterModuleLock(); }
-    ~ModuleLockGuard() { LeaveModuleLock(); }
+    ModuleLockGuard() ORVIK_ACQUIRE(State().lock) { EnterModuleLock(); }
+    ~ModuleLockGuard() ORVIK_RELEASE() { LeaveModuleLock(); }
     ModuleLockGuard(const ModuleLockGuard&) = delete;
     ModuleLockGuard& operator=(const ModuleLockGuard&) = delete;
 };

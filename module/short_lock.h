@@ -9,20 +9,21 @@
 #include <atomic>
 
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 
 namespace Orvik {
 
-class ShortLock {
+class ORVIK_CAPABILITY("mutex") ShortLock {
 public:
     constexpr ShortLock() = default;
     ShortLock(const ShortLock&) = delete;
     ShortLock& operator=(const ShortLock&) = delete;
 
-    void lock()
+    void lock() ORVIK_ACQUIRE()
     {
         while (held_.exchange(true, std::memory_order_acquire)) Wait();
     }
-    void unlock() { held_.store(false, std::memory_order_release); }
+    void unlock() ORVIK_RELEASE() { held_.store(false, std::memory_order_release); }
 
 private:
     void Wait() const
@@ -36,10 +37,10 @@ private:
 };
 
 // Holds a ShortLock for its own lifetime.
-class ShortLockGuard {
+class ORVIK_SCOPED_CAPABILITY ShortLockGuard {
 public:
-    explicit ShortLockGuard(ShortLock& lock) : lock_(lock) { lock_.lock(); }
-    ~ShortLockGuard() { lock_.unlock(); }
+    explicit ShortLockGuard(ShortLock& lock) ORVIK_ACQUIRE(lock) : lock_(lock) { lock_.lock(); }
+    ~ShortLockGuard() ORVIK_RELEASE() { lock_.unlock(); }
     ShortLockGuard(const ShortLockGuard&) = delete;
     ShortLockGuard& operator=(const ShortLockGuard&) = delete;
 

@@ -4,8 +4,6 @@
 // tick costs no allocation and a thread that kills the timer can wait for
 // the call to end.
 
-#include <mutex>
-
 #include "orvik/platform/thread_timer.h"
 
 namespace Orvik {
@@ -19,12 +17,13 @@ struct TimerFiring {
 };
 
 // Links the record of a call for its duration; made and ended under the
-// state's lock, which the call itself runs without. State has `firing`, the
-// list's head, and `changed`, notified when a call ends.
-template <typename State, typename ThreadId>
+// state's lock, which the call itself runs without (Lock: lock, unlock,
+// owns_lock). State has `firing`, the list's head, and `changed`, notified
+// when a call ends.
+template <typename State, typename Lock, typename ThreadId>
 class FiringScope {
 public:
-    FiringScope(State& state, std::unique_lock<std::mutex>& lock, ThreadId thread, TimerId id)
+    FiringScope(State& state, Lock& lock, ThreadId thread, TimerId id)
         : state_(state), lock_(lock), record_{thread, id, state.firing}
     {
         state_.firing = &record_;
@@ -42,7 +41,7 @@ public:
 
 private:
     State& state_;
-    std::unique_lock<std::mutex>& lock_;
+    Lock& lock_;
     TimerFiring<ThreadId> record_;
 };
 

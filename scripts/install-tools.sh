@@ -2,7 +2,8 @@
 # Installs, with apt-get, whatever the build needs and the machine lacks:
 # CMake, Ninja, g++, mingw-w64 for Windows x86_64 and i686, 64-bit and
 # 32-bit Wine (install-wine32.sh), the
-# GoogleTest sources, clang with libFuzzer for the fuzz targets, Google
+# GoogleTest sources, clang with libFuzzer for the fuzz targets and the
+# lock analysis (linux-clang-tsa), Google
 # Benchmark for the benchmark suite, Doxygen for the API reference, and what
 # the .debs are made and checked with: dpkg-shlibdeps, lintian, man.
 # Sourced by the other scripts.

@@ -3,8 +3,10 @@
 # AddressSanitizer and UndefinedBehaviorSanitizer, release, and with
 # ThreadSanitizer) and as a
 # Windows program under Wine, 64-bit (debug) and 32-bit (release); the
-# benchmark suite is built. The API reference is built with Doxygen, any
-# warning failing it (one test). Then a project built on the framework is
+# benchmark suite is built. The framework is built with clang's
+# thread-safety analysis, any warning failing the build, and the analysis is
+# shown to refuse misused locks (linux-clang-tsa). The API reference is
+# built with Doxygen, any warning failing it (one test). Then a project built on the framework is
 # built and run the ways users build theirs, the .deb packages are built and
 # checked with lintian, and each fuzz target runs for 30 seconds from its
 # seed corpus (one test each). Installs missing tools with
@@ -22,7 +24,7 @@ status=0
 
 # The benchmark suite is built, not run: its figures need a quiet machine
 # (scripts/run-benchmarks.sh).
-for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-bench; do
+for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-bench linux-clang-tsa; do
   echo "== building $preset"
   if ! cmake --preset "$preset" >/dev/null || ! cmake --build --preset "$preset" -j "$jobs"; then
     echo "== build of $preset failed"
@@ -30,7 +32,7 @@ for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-be
   fi
 done
 
-for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686; do
+for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-clang-tsa; do
   [ -d "build/$preset" ] || continue
   echo "== testing $preset"
   log="build/$preset/ctest.log"

@@ -50,14 +50,14 @@ std::string CatalogName(const std::string& configPath) { return configPath.empty
 
 void TraceRecorder::OnTrace(const OrvikTraceEvent* event)
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Platform::MutexGuard lock(mutex_);
     entries_.push_back({event->kind, event->route, event->detail, event->error, event->threadId,
                         event->timeMicroseconds, event->componentId, event->configPath, event->modulePath});
 }
 
 std::vector<TraceEntry> TraceRecorder::Entries()
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Platform::MutexGuard lock(mutex_);
     return entries_;
 }
 

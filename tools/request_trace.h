@@ -3,12 +3,12 @@
 // keeps every event, and the events as text and as JSON.
 
 #include <cstdint>
-#include <mutex>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "orvik/module/factory_inspection.h"
+#include "platform/mutex.h"
 #include "tools/json_writer.h"
 
 namespace Orvik {
@@ -34,8 +34,8 @@ public:
     std::vector<TraceEntry> Entries();
 
 private:
-    std::mutex mutex_;
-    std::vector<TraceEntry> entries_;
+    Platform::Mutex mutex_;
+    std::vector<TraceEntry> entries_ ORVIK_GUARDED_BY(mutex_);
 };
 
 // One line per event, its time counted from the first.

@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <mutex>
+
+#include "platform/mutex.h"
 
 namespace Orvik {
 namespace Platform {
@@ -12,9 +13,9 @@ namespace Platform {
 namespace {
 
 struct SinkState {
-    std::mutex mutex;
-    DebugSink sink = nullptr;
-    void* context = nullptr;
+    Mutex mutex;
+    DebugSink sink ORVIK_GUARDED_BY(mutex) = nullptr;
+    void* context ORVIK_GUARDED_BY(mutex) = nullptr;
 };
 
 SinkState& State()
@@ -32,7 +33,7 @@ void WriteDebugString(const char* text)
     DebugSink sink;
     void* context;
     {
-        std::lock_guard<std::mutex> guard(state.mutex);
+        MutexGuard guard(state.mutex);
         sink = state.sink;
         context = state.context;
     }
@@ -48,7 +49,7 @@ void WriteDebugString(const char* text)
 void SetDebugSink(DebugSink sink, void* context)
 {
     SinkState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    MutexGuard guard(state.mutex);
     state.sink = sink;
     state.context = context;
 }
@@ -56,7 +57,7 @@ void SetDebugSink(DebugSink sink, void* context)
 void GetDebugSink(DebugSink* sink, void** context)
 {
     SinkState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    MutexGuard guard(state.mutex);
     if (sink != nullptr) *sink = state.sink;
     if (context != nullptr) *context = state.context;
 }

@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <mutex>
 
+#include "platform/mutex.h"
 #include "platform/posix/error_numbers.h"
 
 namespace Orvik {
@@ -15,10 +15,10 @@ std::string ExecutablePath()
 {
     // Plain storage, never destroyed: modules ask for the path in their own
     // exit processing too.
-    static std::mutex lock;
-    static char path[PATH_MAX];
-    static size_t length = 0;
-    const std::lock_guard<std::mutex> guard(lock);
+    static Mutex lock;
+    static char path[PATH_MAX] ORVIK_GUARDED_BY(lock);
+    static size_t length ORVIK_GUARDED_BY(lock) = 0;
+    const MutexGuard guard(lock);
     if (length == 0) {
         const ssize_t read = readlink("/proc/self/exe", path, sizeof path - 1);
         if (read <= 0) {

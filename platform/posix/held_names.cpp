@@ -5,9 +5,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <mutex>
 #include <new>
 #include <vector>
+
+#include "platform/mutex.h"
 
 namespace Orvik {
 namespace Platform {
@@ -32,9 +33,9 @@ unsigned long long LoaderUnloads()
 
 // The names found loaded since the loader last unloaded a module.
 struct KnownNames {
-    std::mutex lock;
-    unsigned long long unloads = 0;
-    std::vector<std::string> names;
+    Mutex lock;
+    unsigned long long unloads ORVIK_GUARDED_BY(lock) = 0;
+    std::vector<std::string> names ORVIK_GUARDED_BY(lock);
 };
 
 KnownNames& Known()
@@ -52,7 +53,7 @@ bool IsLoadedByName(const std::string& name)
     const unsigned long long unloads = LoaderUnloads();
     KnownNames& known = Known();
     {
-        std::lock_guard<std::mutex> guard(known.lock);
+        MutexGuard guard(known.lock);
         if (known.unloads != unloads) {
             known.names.clear();
             known.unloads = unloads;
@@ -62,7 +63,7 @@ bool IsLoadedByName(const std::string& name)
     void* loaded = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     if (loaded == nullptr) return false;
     dlclose(loaded);
-    std::lock_guard<std::mutex> guard(known.lock);
+    MutexGuard guard(known.lock);
     // A name that cannot be kept is asked of the loader again next time.
     try {
         if (known.unloads == unloads) known.names.push_back(name);

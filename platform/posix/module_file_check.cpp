@@ -7,13 +7,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <new>
 #include <set>
 #include <unordered_map>
 #include <vector>
 
 #include "orvik/platform/module_loader.h"
+#include "platform/mutex.h"
 #include "platform/posix/elf_dynamic.h"
 #include "platform/posix/elf_image.h"
 #include "platform/posix/elf_module.h"
@@ -242,8 +242,8 @@ struct PassedFile {
 };
 
 struct PassedFiles {
-    std::mutex lock;
-    std::unordered_map<std::string, PassedFile> files;
+    Mutex lock;
+    std::unordered_map<std::string, PassedFile> files ORVIK_GUARDED_BY(lock);
 };
 
 PassedFiles& Passed()
@@ -256,7 +256,7 @@ PassedFiles& Passed()
 bool FindPassed(const std::string& path, const struct stat& info, Needs* needs)
 {
     PassedFiles& passed = Passed();
-    std::lock_guard<std::mutex> guard(passed.lock);
+    MutexGuard guard(passed.lock);
     const auto found = passed.files.find(path);
     if (found == passed.files.end() || !(found->second.identity == FileIdentity(info))) return false;
     *needs = found->second.needs;
@@ -289,7 +289,7 @@ uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen,
     if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
     if (result == kErrorSuccess && known) {
         PassedFiles& passed = Passed();
-        std::lock_guard<std::mutex> guard(passed.lock);
+        MutexGuard guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the
         // file passed all the same.
         try {

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <unordered_map>
 #include <utility>
 
+#include "platform/mutex.h"
 #include "platform/open_hash_map.h"
 
 namespace Orvik {
@@ -40,15 +40,15 @@ struct HeldModule {
 struct ModuleTable {
     // Never held while the loader runs a module's initialisation or
     // finalisation, which may load or free modules in turn.
-    std::mutex lock;
+    Mutex lock;
     // Hashed: every export lookup of a request asks here, and the time it
     // takes must not grow with the number of modules held.
-    std::unordered_map<ModuleHandle, HeldModule> modules;
+    std::unordered_map<ModuleHandle, HeldModule> modules ORVIK_GUARDED_BY(lock);
     // The first path of each held module.
-    std::unordered_map<std::string, ModuleHandle> paths;
-    // Each held module's known exports, found without the lock. A reader
-    // asks only for a module it holds a reference to, whose entry therefore
-    // stays while it reads.
+    std::unordered_map<std::string, ModuleHandle> paths ORVIK_GUARDED_BY(lock);
+    // Each held module's known exports, found without the lock (changed
+    // under it). A reader asks only for a module it holds a reference to,
+    // whose entry therefore stays while it reads.
     TOpenHashMap<uintptr_t, KnownExports> knownByHandle;
 };
 
@@ -65,7 +65,7 @@ ModuleTable& Table()
 bool AddModuleReference(ModuleHandle module, const std::string& path)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     // A module opened again under another name only counts: its path is
     // copied the first time alone.
     const auto held = table.modules.find(module);
@@ -93,7 +93,7 @@ bool AddModuleReference(ModuleHandle module, const std::string& path)
 bool TakeHeldPath(const std::string& path, ModuleHandle* module)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto found = table.paths.find(path);
     if (found == table.paths.end()) return false;
     ++table.modules.find(found->second)->second.references;
@@ -104,7 +104,7 @@ bool TakeHeldPath(const std::string& path, ModuleHandle* module)
 bool DropModuleReference(ModuleHandle module, bool* last)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
     *last = --held->second.references == 0;
@@ -120,7 +120,7 @@ bool DropModuleReference(ModuleHandle module, bool* last)
 bool FindHeldModule(ModuleHandle module, std::string* path)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return false;
     if (path != nullptr) *path = held->second.path;
@@ -146,7 +146,7 @@ bool FindKnownExport(ModuleHandle module, const char* name, void** symbol)
 void RememberExport(ModuleHandle module, const char* name, void* symbol)
 {
     ModuleTable& table = Table();
-    std::lock_guard<std::mutex> guard(table.lock);
+    MutexGuard guard(table.lock);
     const auto held = table.modules.find(module);
     if (held == table.modules.end()) return;
     KnownExports& known = *held->second.known;

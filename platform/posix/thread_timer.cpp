@@ -7,10 +7,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <new>
 #include <thread>
 
+#include "platform/mutex.h"
 #include "platform/posix/error_numbers.h"
 #include "platform/posix/thread_slot.h"
 #include "platform/timer_firing.h"
@@ -33,11 +33,11 @@ struct Timer {
 using Firing = TimerFiring<std::thread::id>;
 
 struct TimerState {
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable changed;
-    std::map<TimerId, Timer> timers;
-    Firing* firing = nullptr;  // procedures being called
-    TimerId nextId = 1;
+    std::map<TimerId, Timer> timers ORVIK_GUARDED_BY(mutex);
+    Firing* firing ORVIK_GUARDED_BY(mutex) ORVIK_PT_GUARDED_BY(mutex) = nullptr;  // procedures being called
+    TimerId nextId ORVIK_GUARDED_BY(mutex) = 1;
 };
 
 TimerState& State()
@@ -59,7 +59,7 @@ uint32_t TickCount()
 void ReapThreadTimers(void*)
 {
     TimerState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    MutexGuard guard(state.mutex);
     for (auto it = state.timers.begin(); it != state.timers.end();) {
         it = it->second.owner == std::this_thread::get_id() ? state.timers.erase(it) : std::next(it);
     }
@@ -74,7 +74,7 @@ bool ReapAtThreadEnd()
 }
 
 // Another thread is calling the timer's procedure.
-bool FiringElsewhere(const TimerState& state, TimerId id)
+bool FiringElsewhere(const TimerState& state, TimerId id) ORVIK_REQUIRES(state.mutex)
 {
     for (const Firing* call = state.firing; call != nullptr; call = call->next) {
         if (call->id == id && call->thread != std::this_thread::get_id()) return true;
@@ -83,7 +83,7 @@ bool FiringElsewhere(const TimerState& state, TimerId id)
 }
 
 // The calling thread's earliest timer, or end.
-std::map<TimerId, Timer>::iterator EarliestOwnTimer(TimerState& state)
+std::map<TimerId, Timer>::iterator EarliestOwnTimer(TimerState& state) ORVIK_REQUIRES(state.mutex)
 {
     auto earliest = state.timers.end();
     for (auto it = state.timers.begin(); it != state.timers.end(); ++it) {
@@ -100,7 +100,7 @@ try {
     if (proc == nullptr) return 0;
     if (!ReapAtThreadEnd()) return OutOfMemory(TimerId{0});
     TimerState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    MutexGuard guard(state.mutex);
     const TimerId id = state.nextId++;
     const std::chrono::milliseconds interval(intervalMs);
     state.timers[id] = Timer{std::this_thread::get_id(), interval, Clock::now() + interval, proc};
@@ -112,18 +112,18 @@ try {
 bool StopThreadTimer(TimerId id)
 {
     TimerState& state = State();
-    std::unique_lock<std::mutex> lock(state.mutex);
+    MutexLock lock(state.mutex);
     if (state.timers.erase(id) == 0) return false;
     // A call of the procedure under way on another thread is waited for, so
     // that nothing of the timer runs once this returns.
-    state.changed.wait(lock, [&] { return !FiringElsewhere(state, id); });
+    while (FiringElsewhere(state, id)) state.changed.wait(lock.native());
     return true;
 }
 
 bool ThreadTimerIsRunning(TimerId id)
 {
     TimerState& state = State();
-    std::lock_guard<std::mutex> guard(state.mutex);
+    MutexGuard guard(state.mutex);
     return state.timers.count(id) != 0;
 }
 
@@ -131,7 +131,7 @@ void DispatchMessagesFor(uint32_t milliseconds)
 {
     TimerState& state = State();
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
-    std::unique_lock<std::mutex> lock(state.mutex);
+    MutexLock lock(state.mutex);
     for (;;) {
         const Clock::time_point now = Clock::now();
         auto timer = EarliestOwnTimer(state);
@@ -139,15 +139,16 @@ void DispatchMessagesFor(uint32_t milliseconds)
             const TimerId id = timer->first;
             const TimerProc proc = timer->second.proc;
             timer->second.due = now + timer->second.interval;
-            const FiringScope<TimerState, std::thread::id> firing(state, lock, std::this_thread::get_id(), id);
+            const FiringScope<TimerState, MutexLock, std::thread::id> firing(state, lock, std::this_thread::get_id(), id);
             lock.unlock();
             proc(nullptr, kTimerMessage, id, TickCount());
+            lock.lock();
             continue;
         }
         if (now >= deadline) return;
         const Clock::time_point wake =
             timer != state.timers.end() && timer->second.due < deadline ? timer->second.due : deadline;
-        state.changed.wait_until(lock, wake);
+        state.changed.wait_until(lock.native(), wake);
     }
 }
 

@@ -73,7 +73,7 @@ void CALLBACK Tick(HWND window, UINT message, UINT_PTR id, DWORD time)
         return;
     }
     const TimerProc proc = timer->second.proc;
-    const FiringScope<TimerState, DWORD> firing(state, lock, GetCurrentThreadId(), id);
+    const FiringScope<TimerState, std::unique_lock<std::mutex>, DWORD> firing(state, lock, GetCurrentThreadId(), id);
     lock.unlock();
     proc(window, message, id, time);
 }

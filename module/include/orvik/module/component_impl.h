@@ -20,6 +20,7 @@
 #include "orvik/module/module_runtime.h"
 #include "orvik/platform/debug_output.h"
 #include "orvik/platform/lock.h"
+#include "orvik/platform/thread_annotations.h"
 #include "orvik/util/bootstrap_helpers.h"
 
 namespace Orvik {
@@ -209,7 +210,7 @@ private:
         return lock.section();
     }
 
-    static TComponentImpl* instance_;
+    static TComponentImpl* instance_ ORVIK_GUARDED_BY(SingletonLock());
 };
 
 template <class Interface, class Class, ComponentId Id, int Singleton, int NeedsForce>
