@@ -77,6 +77,35 @@ struct CallSlots {
     std::vector<bool> code;
 };
 
+// The memory of the loadable segments that have all of some flags, each as
+// its start and end: asked for every relocation, so worked out once.
+class SegmentMemory {
+public:
+    SegmentMemory(const ElfLayout& layout, uint32_t flags)
+    {
+        for (const ElfW(Phdr)& load : layout.loads()) {
+            // The layout keeps every segment's end within the address space.
+            if ((load.p_flags & flags) == flags) ranges_.push_back({load.p_vaddr, load.p_vaddr + load.p_memsz});
+        }
+    }
+
+    // As ElfLayout::InMemory: a range of size 0 may end a segment.
+    bool Holds(uint64_t start, uint64_t size) const
+    {
+        for (const Range& range : ranges_) {
+            if (start >= range.start && start <= range.end && size <= range.end - start) return true;
+        }
+        return false;
+    }
+
+private:
+    struct Range {
+        uint64_t start;
+        uint64_t end;
+    };
+    std::vector<Range> ranges_;
+};
+
 // One relocation as the loader applies it.
 struct Relocation {
     uint64_t target;
@@ -93,7 +122,9 @@ public:
           dynamic_(dynamic),
           // Text relocations make the loader open read-only segments for
           // writing.
-          targetFlags_(dynamic.Has(DT_TEXTREL) || (dynamic.Value(DT_FLAGS) & DF_TEXTREL) != 0 ? 0 : PF_W)
+          targetFlags_(dynamic.Has(DT_TEXTREL) || (dynamic.Value(DT_FLAGS) & DF_TEXTREL) != 0 ? 0 : PF_W),
+          writable_(layout, targetFlags_),
+          code_(layout, PF_X)
     {
     }
 
@@ -106,15 +137,15 @@ private:
     bool ReadTable(int64_t addressTag, int64_t sizeTag, std::vector<Entry>* entries) const;
     bool ApplyPackedTable();
     template <class Entry>
-    bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag);
+    bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, uint64_t relativeCount, std::vector<Entry>* entries,
+                         uint64_t* symbolCount);
+    template <class Entry>
+    bool ApplySymbolTable(const std::vector<Entry>& entries, uint64_t relativeCount);
     void FindExposedTables();
     bool Apply(const Relocation& relocation);
     bool CheckTarget(AddressRange target);
     void NoteCallSlots(AddressRange written, bool code);
-    bool IsCode(uint64_t address) const
-    {
-        return address <= ~ElfAddress{0} && layout_.InMemory({static_cast<ElfAddress>(address), 1}, PF_X);
-    }
+    bool IsCode(uint64_t address) const { return address <= ~ElfAddress{0} && code_.Holds(address, 1); }
     uint64_t FileWord(uint64_t address) const;
     bool Refuse(const char* reason)
     {
@@ -128,12 +159,12 @@ private:
     // What a segment must allow for a relocation to write into it; asked
     // once, not for each relocation.
     const uint32_t targetFlags_;
+    const SegmentMemory writable_;
+    const SegmentMemory code_;
     std::vector<CallSlots> callSlots_;
     // The loader's tables that reach into a segment relocations may write:
     // no other can be written over.
     std::vector<AddressRange> exposedTables_;
-    // Those of the table, then those of the procedure linkage table's.
-    std::vector<Relocation> relocations_;
     const char* refusal_ = nullptr;
 };
 
@@ -151,20 +182,21 @@ bool RelocationCheck::Run()
     const int64_t table = kRelocationsHaveAddends ? DT_RELA : DT_REL;
     const int64_t tableSize = kRelocationsHaveAddends ? DT_RELASZ : DT_RELSZ;
     const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
-    // In the loader's order: the packed relative ones first.
+    // In the loader's order: the packed relative ones first, then those of
+    // the table, then those of the procedure linkage table's.
     FindExposedTables();
     if (!ApplyPackedTable()) return false;
-    if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
-        !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
+    const uint64_t relatives = dynamic_.Value(relativeCount);
+    std::vector<Entry> entries;
+    std::vector<Entry> linkageEntries;
+    uint64_t symbolCount = 0;
+    if (!ReadSymbolTable(table, tableSize, relatives, &entries, &symbolCount) ||
+        !ReadSymbolTable(DT_JMPREL, DT_PLTRELSZ, 0, &linkageEntries, &symbolCount)) {
         return false;
     }
-    uint64_t symbolCount = 0;
-    for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
     if (!dynamic_.ExtendSymbols(symbolCount)) return Refuse(dynamic_.refusal());
     FindExposedTables();  // the symbol tables may have grown
-    for (const Relocation& relocation : relocations_) {
-        if (!Apply(relocation)) return false;
-    }
+    if (!ApplySymbolTable(entries, relatives) || !ApplySymbolTable(linkageEntries, 0)) return false;
     for (const CallSlots& slots : callSlots_) {
         if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) {
             return Refuse("an initialiser or finaliser slot that does not hold module code");
@@ -235,30 +267,44 @@ bool RelocationCheck::ApplyPackedTable()
     return true;
 }
 
+// The entries of a table, with the symbols they name counted in.
 template <class Entry>
-bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag)
+bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, uint64_t relativeCount,
+                                      std::vector<Entry>* entries, uint64_t* symbolCount)
 {
-    std::vector<Entry> entries;
     if (!dynamic_.Has(addressTag)) return true;
-    if (!ReadTable(addressTag, sizeTag, &entries)) return Refuse("a relocation table outside the file");
+    if (!ReadTable(addressTag, sizeTag, entries)) return Refuse("a relocation table outside the file");
     // The loader applies the first entries of the count it is given as
     // relative ones, and stops the process on one of another type.
-    const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
-    relocations_.reserve(relocations_.size() + entries.size());
+    for (uint64_t i = 0; i < entries->size(); ++i) {
+        const Entry& entry = (*entries)[i];
+        if (i < relativeCount) {
+            if (kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
+                return Refuse("a relocation counted as relative is of another type");
+            }
+        } else {
+            *symbolCount = std::max(*symbolCount, RelocationSymbol(entry.r_info) + 1);
+        }
+    }
+    return true;
+}
+
+template <class Entry>
+bool RelocationCheck::ApplySymbolTable(const std::vector<Entry>& entries, uint64_t relativeCount)
+{
     for (uint64_t i = 0; i < entries.size(); ++i) {
         const Entry& entry = entries[i];
         const bool relative = i < relativeCount;
-        if (relative && kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
-            return Refuse("a relocation counted as relative is of another type");
-        }
         uint64_t addend = 0;
         if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
             addend = static_cast<uint64_t>(entry.r_addend);
         } else {
             addend = FileWord(entry.r_offset);
         }
-        relocations_.push_back({entry.r_offset, EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
-                                relative ? 0 : RelocationSymbol(entry.r_info), addend});
+        const Relocation relocation{entry.r_offset,
+                                    EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
+                                    relative ? 0 : RelocationSymbol(entry.r_info), addend};
+        if (!Apply(relocation)) return false;
     }
     return true;
 }
@@ -311,7 +357,7 @@ bool RelocationCheck::Apply(const Relocation& relocation)
 bool RelocationCheck::CheckTarget(AddressRange target)
 {
     if (target.size == 0) return true;
-    if (!layout_.InMemory(target, targetFlags_)) return Refuse("a relocation writes outside its segment");
+    if (!writable_.Holds(target.start, target.size)) return Refuse("a relocation writes outside its segment");
     for (const AddressRange& table : exposedTables_) {
         if (Overlaps(target, table)) return Refuse("a relocation writes over a table the loader reads");
     }

@@ -330,6 +330,27 @@ TEST_F(DamagedModules, RelocationsMustWriteInsideTheModule)
     EXPECT_EQ(Refusal(counted.bytes()), "a relocation counted as relative is of another type");
 }
 
+// A module whose relocation table alone is larger than the check reads at
+// once: its far end is checked as well as its start.
+class ManyPointersModule : public DamagedModules {
+protected:
+    ManyPointersModule() { module_ = ElfBytes(ReadBytes(ProbePath("many_pointers.dll"))); }
+};
+
+TEST_F(ManyPointersModule, TablesLargerThanOneReadAreCheckedWhole)
+{
+    const uint64_t tableSize = module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationTableSize));
+    ASSERT_GT(tableSize, uint64_t{64 * 1024});
+    EXPECT_EQ(LoadError(module_.bytes()), Platform::kErrorSuccess);
+
+    const size_t lastRelocation =
+        ElfBytes::AtAddress(module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocations))) + tableSize - 24;
+    ElfBytes far = module_;
+    far.Set<uint64_t>(lastRelocation, uint64_t{0x7fff00000000});
+    EXPECT_EQ(Refusal(far.bytes()), "a relocation writes outside its segment");
+    EXPECT_EQ(Refusal(module_.CutAt(module_.bytes().size() / 2)), "a segment reaches past the end of the file");
+}
+
 TEST_F(DamagedModules, WhatTheLoaderRefusesItselfGetsItsOwnWords)
 {
     // A code segment whose address and file offset differ within a page:
