@@ -106,6 +106,17 @@ private:
     std::vector<Range> ranges_;
 };
 
+// Where the entries of a relocation table lie in the file.
+struct EntryTable {
+    uint64_t offset = 0;
+    uint64_t count = 0;
+};
+
+// Entries are read this many at a time, into the stack: a table is read
+// twice (for the symbols it names, then to apply it), and a copy of it on
+// the heap would be fresh memory for each file.
+constexpr uint64_t kEntriesAtOnce = 128;
+
 // One relocation as the loader applies it.
 struct Relocation {
     uint64_t target;
@@ -137,10 +148,13 @@ private:
     bool ReadTable(int64_t addressTag, int64_t sizeTag, std::vector<Entry>* entries) const;
     bool ApplyPackedTable();
     template <class Entry>
-    bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, uint64_t relativeCount, std::vector<Entry>* entries,
-                         uint64_t* symbolCount);
+    bool FindTable(int64_t addressTag, int64_t sizeTag, EntryTable* table);
+    template <class Entry, class Visit>
+    bool ForEachEntry(const EntryTable& table, Visit visit);
     template <class Entry>
-    bool ApplySymbolTable(const std::vector<Entry>& entries, uint64_t relativeCount);
+    bool CountSymbols(const EntryTable& table, uint64_t relativeCount, uint64_t* symbolCount);
+    template <class Entry>
+    bool ApplySymbolTable(const EntryTable& table, uint64_t relativeCount);
     void FindExposedTables();
     bool Apply(const Relocation& relocation);
     bool CheckTarget(AddressRange target);
@@ -187,16 +201,17 @@ bool RelocationCheck::Run()
     FindExposedTables();
     if (!ApplyPackedTable()) return false;
     const uint64_t relatives = dynamic_.Value(relativeCount);
-    std::vector<Entry> entries;
-    std::vector<Entry> linkageEntries;
+    EntryTable entries;
+    EntryTable linkageEntries;
     uint64_t symbolCount = 0;
-    if (!ReadSymbolTable(table, tableSize, relatives, &entries, &symbolCount) ||
-        !ReadSymbolTable(DT_JMPREL, DT_PLTRELSZ, 0, &linkageEntries, &symbolCount)) {
+    if (!FindTable<Entry>(table, tableSize, &entries) || !CountSymbols<Entry>(entries, relatives, &symbolCount) ||
+        !FindTable<Entry>(DT_JMPREL, DT_PLTRELSZ, &linkageEntries) ||
+        !CountSymbols<Entry>(linkageEntries, 0, &symbolCount)) {
         return false;
     }
     if (!dynamic_.ExtendSymbols(symbolCount)) return Refuse(dynamic_.refusal());
     FindExposedTables();  // the symbol tables may have grown
-    if (!ApplySymbolTable(entries, relatives) || !ApplySymbolTable(linkageEntries, 0)) return false;
+    if (!ApplySymbolTable<Entry>(entries, relatives) || !ApplySymbolTable<Entry>(linkageEntries, 0)) return false;
     for (const CallSlots& slots : callSlots_) {
         if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) {
             return Refuse("an initialiser or finaliser slot that does not hold module code");
@@ -267,46 +282,69 @@ bool RelocationCheck::ApplyPackedTable()
     return true;
 }
 
-// The entries of a table, with the symbols they name counted in.
+// A table of the dynamic section, which has none when it has no address.
 template <class Entry>
-bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, uint64_t relativeCount,
-                                      std::vector<Entry>* entries, uint64_t* symbolCount)
+bool RelocationCheck::FindTable(int64_t addressTag, int64_t sizeTag, EntryTable* table)
 {
+    *table = {};
     if (!dynamic_.Has(addressTag)) return true;
-    if (!ReadTable(addressTag, sizeTag, entries)) return Refuse("a relocation table outside the file");
-    // The loader applies the first entries of the count it is given as
-    // relative ones, and stops the process on one of another type.
-    for (uint64_t i = 0; i < entries->size(); ++i) {
-        const Entry& entry = (*entries)[i];
-        if (i < relativeCount) {
-            if (kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
-                return Refuse("a relocation counted as relative is of another type");
-            }
-        } else {
-            *symbolCount = std::max(*symbolCount, RelocationSymbol(entry.r_info) + 1);
+    const uint64_t address = dynamic_.Value(addressTag);
+    const uint64_t size = dynamic_.Value(sizeTag);
+    if (address > ~ElfAddress{0} || size % sizeof(Entry) != 0 || size > image_.size() ||
+        !layout_.FileOffset({static_cast<ElfAddress>(address), size}, &table->offset)) {
+        return Refuse("a relocation table outside the file");
+    }
+    table->count = size / sizeof(Entry);
+    return true;
+}
+
+// visit(index, entry) for each entry, until it says false.
+template <class Entry, class Visit>
+bool RelocationCheck::ForEachEntry(const EntryTable& table, Visit visit)
+{
+    Entry entries[kEntriesAtOnce];
+    for (uint64_t first = 0; first < table.count; first += kEntriesAtOnce) {
+        const uint64_t count = std::min(kEntriesAtOnce, table.count - first);
+        if (!image_.Read(table.offset + first * sizeof(Entry), entries, count * sizeof(Entry))) {
+            return Refuse("a relocation table outside the file");
+        }
+        for (uint64_t i = 0; i < count; ++i) {
+            if (!visit(first + i, entries[i])) return false;
         }
     }
     return true;
 }
 
+// The symbols the entries name, counted in.
 template <class Entry>
-bool RelocationCheck::ApplySymbolTable(const std::vector<Entry>& entries, uint64_t relativeCount)
+bool RelocationCheck::CountSymbols(const EntryTable& table, uint64_t relativeCount, uint64_t* symbolCount)
 {
-    for (uint64_t i = 0; i < entries.size(); ++i) {
-        const Entry& entry = entries[i];
-        const bool relative = i < relativeCount;
+    // The loader applies the first entries of the count it is given as
+    // relative ones, and stops the process on one of another type.
+    return ForEachEntry<Entry>(table, [&](uint64_t index, const Entry& entry) {
+        if (index >= relativeCount) {
+            *symbolCount = std::max(*symbolCount, RelocationSymbol(entry.r_info) + 1);
+        } else if (kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
+            return Refuse("a relocation counted as relative is of another type");
+        }
+        return true;
+    });
+}
+
+template <class Entry>
+bool RelocationCheck::ApplySymbolTable(const EntryTable& table, uint64_t relativeCount)
+{
+    return ForEachEntry<Entry>(table, [&](uint64_t index, const Entry& entry) {
+        const bool relative = index < relativeCount;
         uint64_t addend = 0;
         if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
             addend = static_cast<uint64_t>(entry.r_addend);
         } else {
             addend = FileWord(entry.r_offset);
         }
-        const Relocation relocation{entry.r_offset,
-                                    EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
-                                    relative ? 0 : RelocationSymbol(entry.r_info), addend};
-        if (!Apply(relocation)) return false;
-    }
-    return true;
+        return Apply({entry.r_offset, EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
+                      relative ? 0 : RelocationSymbol(entry.r_info), addend});
+    });
 }
 
 void RelocationCheck::FindExposedTables()
