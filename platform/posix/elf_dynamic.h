@@ -68,7 +68,9 @@ private:
     static int SlotOf(int64_t tag)
     {
         if (tag >= 0 && tag < 64) return static_cast<int>(tag);
-        if (tag >= kFirstVersionTag && tag < kFirstVersionTag + 16) return static_cast<int>(64 + tag - kFirstVersionTag);
+        if (tag >= kFirstVersionTag && tag < kFirstVersionTag + 16) {
+            return static_cast<int>(64 + tag - kFirstVersionTag);
+        }
         return tag == DT_GNU_HASH ? kSlots - 1 : -1;
     }
 

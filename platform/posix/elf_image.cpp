@@ -60,9 +60,8 @@ const FileElfImage::Span* FileElfImage::Fetch(uint64_t offset, uint64_t count) c
 {
     for (size_t i = 0; i < spanCount_; ++i) {
         const Span& span = spans_[i];
-        if (offset >= span.offset && offset - span.offset <= span.length && count <= span.length - (offset - span.offset)) {
-            return &span;
-        }
+        const uint64_t within = offset - span.offset;
+        if (offset >= span.offset && within <= span.length && count <= span.length - within) return &span;
     }
     // Callers keep within the file and ask at most the buffer's size.
     uint64_t length = count > kLeastRead ? count : kLeastRead;
