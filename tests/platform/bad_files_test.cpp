@@ -132,6 +132,15 @@ TEST(BadFiles, FifoAndDevicesAreNeitherReadNorWaitedFor)
     for (const char* name : {"pipe.dll", "zero.dll"}) {
         EXPECT_EQ(LoadError(scratch.Framework(name)), Platform::kErrorBadExeFormat) << name;
     }
+    // A bare name passes over a device in the current directory, as over a
+    // directory of that name, and finds no module further on.
+    fs::create_directory(scratch.native() / "folder.dll");
+    const fs::path previous = fs::current_path();
+    fs::current_path(scratch.native());
+    for (const char* name : {"zero", "folder"}) {
+        EXPECT_EQ(LoadError(name), Platform::kErrorModuleNotFound) << name;
+    }
+    fs::current_path(previous);
 }
 
 // Just enough of the 64-bit ELF layout to damage a module on purpose.
