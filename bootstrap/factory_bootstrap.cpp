@@ -26,16 +26,15 @@ Platform::ModuleHandle LoadFactoryModule(const char* configPath, FactoryModuleSo
     } else if (Platform::ModuleHandle loaded = Platform::FindLoadedModule("OrvFact.dll")) {
         return loaded;
     }
-    char profile[Platform::kMaxPath] = {};
     char modulePath[Platform::kMaxPath] = {};
-    // Following the redirects keeps a list of the profiles read: without the
-    // memory for it, the module cannot be found this time.
+    // Following the redirects keeps a list of the profiles read, and a
+    // profile's bytes are kept while its values are read: without the
+    // memory for them, the module cannot be found this time.
     try {
-        ResolveProfilePath(configPath, profile, sizeof profile);
+        ResolveFactoryModuleFromConfig(configPath, modulePath, sizeof modulePath);
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    ResolveFactoryModulePath(profile, modulePath, sizeof modulePath);
     // The bootstrap never frees the factory module.
     return Platform::LoadModule(modulePath);
 }

@@ -59,6 +59,11 @@ void FollowRedirects(char* profile, BlankRule isBlank, RedirectWatcher* watcher 
 // directory, a relative path is joined to the host directory.
 void ResolveProfilePath(const char* configPath, char* out, int size);
 
+// The factory module's path for configPath: the final profile as
+// ResolveProfilePath finds it, the path it names as ResolveFactoryModulePath
+// reads it, each profile read once.
+void ResolveFactoryModuleFromConfig(const char* configPath, char* out, int size);
+
 // The factory module's path named by a final profile ("361"/"DLL",
 // "361"/"NotUseDefaultDllPath", "DefaultValue"/"DllPath").
 void ResolveFactoryModulePath(const char* profile, char* out, int size);

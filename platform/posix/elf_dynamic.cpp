@@ -35,6 +35,10 @@ constexpr SizedTable kSizedTables[] = {
     {DT_FINI_ARRAY, DT_FINI_ARRAYSZ, 0, 0},
 };
 
+// Entries whose value is the address of a table the check reads.
+constexpr int64_t kTableTags[] = {DT_STRTAB, DT_SYMTAB, DT_HASH, DT_GNU_HASH, DT_VERSYM, DT_VERNEED, DT_VERDEF,
+                                  DT_RELA,   DT_REL,    DT_RELR, DT_JMPREL};
+
 // Entries whose value is an offset into the string table.
 constexpr int64_t kStringTags[] = {DT_SONAME, DT_RPATH, DT_RUNPATH, DT_AUXILIARY, DT_FILTER, DT_AUDIT, DT_DEPAUDIT};
 
@@ -66,17 +70,13 @@ std::vector<ElfDynamic::Entry>::const_iterator ElfDynamic::Find(int64_t tag) con
     return found != values_.end() && found->first == tag ? found : values_.end();
 }
 
-uint64_t ElfDynamic::Value(int64_t tag) const
-{
-    const auto found = Find(tag);
-    return found != values_.end() ? found->second : 0;
-}
-
 bool ElfDynamic::Read(const ElfImage& image, const ElfLayout& layout)
 {
     image_ = &image;
     layout_ = &layout;
     values_.clear();
+    slotValues_.fill(0);
+    slotted_.fill(false);
     needed_.clear();
     symbols_.clear();
     tables_.clear();
@@ -84,6 +84,7 @@ bool ElfDynamic::Read(const ElfImage& image, const ElfLayout& layout)
     uint64_t hashed = 0;
     if (!ReadEntries()) return Refuse("dynamic section without its end");
     if (!CheckEntrySizes()) return Refuse("a dynamic table missing or of a wrong entry size");
+    PrefetchTables();
     if (!ReadStrings()) return Refuse("string table outside the file, or a name outside it");
     if (!ReadVersionRecords()) return Refuse("symbol version records damaged");
     if (!CountSymbols(&hashed)) return Refuse("hash table outside the file or damaged");
@@ -106,8 +107,12 @@ bool ElfDynamic::ReadEntries()
     if (end == entries.end()) return false;
     tables_.push_back({section.start, static_cast<uint64_t>(end - entries.begin() + 1) * sizeof(ElfW(Dyn))});
     for (auto entry = entries.begin(); entry != end; ++entry) {
+        const int slot = SlotOf(entry->d_tag);
         if (entry->d_tag == DT_NEEDED) {
             needed_.push_back(entry->d_un.d_val);
+        } else if (slot >= 0) {
+            slotValues_[static_cast<size_t>(slot)] = entry->d_un.d_val;
+            slotted_[static_cast<size_t>(slot)] = true;
         } else {
             values_.emplace_back(entry->d_tag, entry->d_un.d_val);
         }
@@ -122,6 +127,31 @@ bool ElfDynamic::ReadEntries()
     }
     values_.erase(kept, values_.end());
     return true;
+}
+
+// The tables lie together as a rule, in the first segment: the check reads
+// them in pieces, and the file is asked for all of them at once.
+void ElfDynamic::PrefetchTables() const
+{
+    uint64_t low = kAddressLimit;
+    uint64_t high = 0;
+    for (const int64_t tag : kTableTags) {
+        if (!Has(tag)) continue;
+        low = std::min(low, Value(tag));
+        high = std::max(high, Value(tag));
+    }
+    // The initialiser arrays are no tables the check reads.
+    for (const SizedTable& table : kSizedTables) {
+        if (table.entrySizeTag != 0 && Has(table.address)) {
+            high = std::max(high, Value(table.address) + Value(table.size));
+        }
+    }
+    high = std::max(high, Value(DT_STRTAB) + Value(DT_STRSZ));
+    uint64_t offset = 0;
+    if (low < high && high <= kAddressLimit &&
+        layout_->FileOffset({static_cast<ElfAddress>(low), high - low}, &offset)) {
+        image_->Prefetch(offset, high - low);
+    }
 }
 
 // The loader stops the process on a relocation table of another entry

@@ -6,6 +6,7 @@
 
 #include <link.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -28,10 +29,20 @@ public:
     // pass.
     const char* refusal() const { return refusal_; }
 
-    bool Has(int64_t tag) const { return Find(tag) != values_.end(); }
+    bool Has(int64_t tag) const
+    {
+        const int slot = SlotOf(tag);
+        return slot >= 0 ? slotted_[static_cast<size_t>(slot)] : Find(tag) != values_.end();
+    }
     // The value of tag's last entry, which is the one the loader keeps; 0
     // when there is none.
-    uint64_t Value(int64_t tag) const;
+    uint64_t Value(int64_t tag) const
+    {
+        const int slot = SlotOf(tag);
+        if (slot >= 0) return slotValues_[static_cast<size_t>(slot)];
+        const auto found = Find(tag);
+        return found != values_.end() ? found->second : 0;
+    }
     // The string at offset of the string table; offset is checked to lie
     // in it for every string the dynamic section names.
     std::string String(uint64_t offset) const { return Text(offset); }
@@ -49,10 +60,25 @@ public:
 private:
     using Entry = std::pair<int64_t, uint64_t>;
 
+    // The tags the check asks for again and again have a slot each: the
+    // generic ones below 64, the symbol version ones and the GNU hash
+    // table's. -1 for the rest.
+    static constexpr int64_t kFirstVersionTag = DT_VERSYM;
+    static constexpr int kSlots = 64 + 16 + 1;
+    static int SlotOf(int64_t tag)
+    {
+        if (tag >= 0 && tag < 64) return static_cast<int>(tag);
+        if (tag >= kFirstVersionTag && tag < kFirstVersionTag + 16) {
+            return static_cast<int>(64 + tag - kFirstVersionTag);
+        }
+        return tag == DT_GNU_HASH ? kSlots - 1 : -1;
+    }
+
     std::vector<Entry>::const_iterator Find(int64_t tag) const;
     const char* Text(uint64_t offset) const { return strings_.data() + offset; }
     bool ReadEntries();
     bool CheckEntrySizes() const;
+    void PrefetchTables() const;
     bool ReadStrings();
     bool CountSymbols(uint64_t* count);
     bool CountGnuHashSymbols(uint64_t* count);
@@ -76,8 +102,9 @@ private:
 
     const ElfImage* image_ = nullptr;
     const ElfLayout* layout_ = nullptr;
-    // The value of each tag, by tag: a module has a few dozen entries, and
-    // the check asks for them again and again.
+    // The value of each tag: in its slot, or among the rest by tag.
+    std::array<uint64_t, kSlots> slotValues_{};
+    std::array<bool, kSlots> slotted_{};
     std::vector<Entry> values_;
     std::vector<uint64_t> needed_;
     std::vector<char> strings_;

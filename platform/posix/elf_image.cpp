@@ -2,9 +2,9 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 namespace Orvik {
 namespace Platform {
@@ -22,46 +22,73 @@ bool MemoryElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) cons
 
 namespace {
 
-constexpr uint64_t kBlockBytes = 8 * 1024;
+// One buffer kept for the process, taken by an image while it reads: files
+// are checked one after another as a rule, and memory touched before
+// costs no page faults, where a fresh allocation in between the loader's
+// would.
+std::atomic<unsigned char*> g_spareBuffer{nullptr};
+
+// The least a read from the file fetches: the file header with the program
+// headers that follow it, or a run of small records.
+constexpr uint64_t kLeastRead = 1024;
 
 }  // namespace
 
 FileElfImage::FileElfImage(int descriptor, uint64_t size) : ElfImage(size), descriptor_(descriptor) {}
 
-const unsigned char* FileElfImage::Block(uint64_t index) const
+FileElfImage::~FileElfImage()
 {
-    if (index >= blocks_.size()) blocks_.resize(static_cast<size_t>(index + 1));
-    std::unique_ptr<unsigned char[]>& block = blocks_[static_cast<size_t>(index)];
-    if (block != nullptr) return block.get();
-    const uint64_t start = index * kBlockBytes;
-    const uint64_t length = size() - start < kBlockBytes ? size() - start : kBlockBytes;
-    std::unique_ptr<unsigned char[]> bytes(new unsigned char[static_cast<size_t>(length)]);
+    unsigned char* none = nullptr;
+    if (buffer_ != nullptr && g_spareBuffer.compare_exchange_strong(none, buffer_.get())) buffer_.release();
+}
+
+bool FileElfImage::ReadFile(uint64_t offset, unsigned char* out, uint64_t count) const
+{
     uint64_t done = 0;
-    while (done < length) {
-        const ssize_t got = pread(descriptor_, bytes.get() + done, static_cast<size_t>(length - done),
-                                  static_cast<off_t>(start + done));
+    while (done < count) {
+        const ssize_t got =
+            pread(descriptor_, out + done, static_cast<size_t>(count - done), static_cast<off_t>(offset + done));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) readError_ = errno;
-        if (got <= 0) return nullptr;
+        if (got <= 0) return false;
         done += static_cast<uint64_t>(got);
     }
-    block = std::move(bytes);
-    return block.get();
+    return true;
+}
+
+const FileElfImage::Span* FileElfImage::Fetch(uint64_t offset, uint64_t count) const
+{
+    for (size_t i = 0; i < spanCount_; ++i) {
+        const Span& span = spans_[i];
+        const uint64_t within = offset - span.offset;
+        if (offset >= span.offset && within <= span.length && count <= span.length - within) return &span;
+    }
+    // Callers keep within the file and ask at most the buffer's size.
+    uint64_t length = count > kLeastRead ? count : kLeastRead;
+    if (length > size() - offset) length = size() - offset;
+    if (buffer_ == nullptr) buffer_.reset(g_spareBuffer.exchange(nullptr));
+    if (buffer_ == nullptr) buffer_.reset(new unsigned char[kBufferBytes]);
+    if (spanCount_ == kMaxSpans || length > kBufferBytes - used_) spanCount_ = used_ = 0;
+    if (!ReadFile(offset, buffer_.get() + used_, length)) return nullptr;
+    Span& span = spans_[spanCount_++];
+    span = {offset, length, used_};
+    used_ += static_cast<size_t>(length);
+    return &span;
+}
+
+void FileElfImage::Prefetch(uint64_t offset, uint64_t count) const
+{
+    if (offset > size() || count > size() - offset || count > kBufferBytes) return;
+    Fetch(offset, count);
 }
 
 bool FileElfImage::ReadInside(uint64_t offset, void* out, uint64_t count) const
 {
     auto* bytes = static_cast<unsigned char*>(out);
-    while (count > 0) {
-        const unsigned char* block = Block(offset / kBlockBytes);
-        if (block == nullptr) return false;
-        const uint64_t within = offset % kBlockBytes;
-        const uint64_t part = count < kBlockBytes - within ? count : kBlockBytes - within;
-        std::memcpy(bytes, block + within, static_cast<size_t>(part));
-        bytes += part;
-        offset += part;
-        count -= part;
-    }
+    if (count > kBufferBytes / 2) return ReadFile(offset, bytes, count);
+    const Span* span = Fetch(offset, count);
+    if (span == nullptr) return false;
+    if (count > 0) std::memcpy(bytes, buffer_.get() + span->at + (offset - span->offset), static_cast<size_t>(count));
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -16,6 +17,9 @@ namespace {
 
 bool Fits(uint64_t offset, uint64_t size, uint64_t limit) { return offset <= limit && size <= limit - offset; }
 
+// What the first read of a file takes in.
+constexpr uint64_t kFirstRead = 16 * 1024;
+
 bool IsPowerOfTwo(uint64_t value) { return value != 0 && (value & (value - 1)) == 0; }
 
 bool ValidAlignment(uint64_t align) { return align <= 1 || IsPowerOfTwo(align); }
@@ -27,6 +31,9 @@ bool ElfLayout::Read(const ElfImage& image)
     refusal_ = nullptr;
     ElfW(Ehdr) header;
     std::vector<ElfW(Phdr)> headers;
+    // The tables the dynamic section points at follow the headers as a
+    // rule: a module's first kilobytes come in one read.
+    image.Prefetch(0, std::min<uint64_t>(image.size(), kFirstRead));
     if (!ReadHeader(image, &header)) return false;
     if (!image.ReadArray(header.e_phoff, header.e_phnum, &headers)) {
         return Refuse("file cut short inside its program headers");

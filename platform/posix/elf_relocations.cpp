@@ -77,6 +77,46 @@ struct CallSlots {
     std::vector<bool> code;
 };
 
+// The memory of the loadable segments that have all of some flags, each as
+// its start and end: asked for every relocation, so worked out once.
+class SegmentMemory {
+public:
+    SegmentMemory(const ElfLayout& layout, uint32_t flags)
+    {
+        for (const ElfW(Phdr)& load : layout.loads()) {
+            // The layout keeps every segment's end within the address space.
+            if ((load.p_flags & flags) == flags) ranges_.push_back({load.p_vaddr, load.p_vaddr + load.p_memsz});
+        }
+    }
+
+    // As ElfLayout::InMemory: a range of size 0 may end a segment.
+    bool Holds(uint64_t start, uint64_t size) const
+    {
+        for (const Range& range : ranges_) {
+            if (start >= range.start && start <= range.end && size <= range.end - start) return true;
+        }
+        return false;
+    }
+
+private:
+    struct Range {
+        uint64_t start;
+        uint64_t end;
+    };
+    std::vector<Range> ranges_;
+};
+
+// Where the entries of a relocation table lie in the file.
+struct EntryTable {
+    uint64_t offset = 0;
+    uint64_t count = 0;
+};
+
+// Entries are read this many at a time, into the stack: a table is read
+// twice (for the symbols it names, then to apply it), and a copy of it on
+// the heap would be fresh memory for each file.
+constexpr uint64_t kEntriesAtOnce = 128;
+
 // One relocation as the loader applies it.
 struct Relocation {
     uint64_t target;
@@ -93,7 +133,9 @@ public:
           dynamic_(dynamic),
           // Text relocations make the loader open read-only segments for
           // writing.
-          targetFlags_(dynamic.Has(DT_TEXTREL) || (dynamic.Value(DT_FLAGS) & DF_TEXTREL) != 0 ? 0 : PF_W)
+          targetFlags_(dynamic.Has(DT_TEXTREL) || (dynamic.Value(DT_FLAGS) & DF_TEXTREL) != 0 ? 0 : PF_W),
+          writable_(layout, targetFlags_),
+          code_(layout, PF_X)
     {
     }
 
@@ -106,15 +148,18 @@ private:
     bool ReadTable(int64_t addressTag, int64_t sizeTag, std::vector<Entry>* entries) const;
     bool ApplyPackedTable();
     template <class Entry>
-    bool ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag);
+    bool FindTable(int64_t addressTag, int64_t sizeTag, EntryTable* table);
+    template <class Entry, class Visit>
+    bool ForEachEntry(const EntryTable& table, Visit visit);
+    template <class Entry>
+    bool CountSymbols(const EntryTable& table, uint64_t relativeCount, uint64_t* symbolCount);
+    template <class Entry>
+    bool ApplySymbolTable(const EntryTable& table, uint64_t relativeCount);
     void FindExposedTables();
     bool Apply(const Relocation& relocation);
     bool CheckTarget(AddressRange target);
     void NoteCallSlots(AddressRange written, bool code);
-    bool IsCode(uint64_t address) const
-    {
-        return address <= ~ElfAddress{0} && layout_.InMemory({static_cast<ElfAddress>(address), 1}, PF_X);
-    }
+    bool IsCode(uint64_t address) const { return address <= ~ElfAddress{0} && code_.Holds(address, 1); }
     uint64_t FileWord(uint64_t address) const;
     bool Refuse(const char* reason)
     {
@@ -128,12 +173,12 @@ private:
     // What a segment must allow for a relocation to write into it; asked
     // once, not for each relocation.
     const uint32_t targetFlags_;
+    const SegmentMemory writable_;
+    const SegmentMemory code_;
     std::vector<CallSlots> callSlots_;
     // The loader's tables that reach into a segment relocations may write:
     // no other can be written over.
     std::vector<AddressRange> exposedTables_;
-    // Those of the table, then those of the procedure linkage table's.
-    std::vector<Relocation> relocations_;
     const char* refusal_ = nullptr;
 };
 
@@ -151,20 +196,22 @@ bool RelocationCheck::Run()
     const int64_t table = kRelocationsHaveAddends ? DT_RELA : DT_REL;
     const int64_t tableSize = kRelocationsHaveAddends ? DT_RELASZ : DT_RELSZ;
     const int64_t relativeCount = kRelocationsHaveAddends ? DT_RELACOUNT : DT_RELCOUNT;
-    // In the loader's order: the packed relative ones first.
+    // In the loader's order: the packed relative ones first, then those of
+    // the table, then those of the procedure linkage table's.
     FindExposedTables();
     if (!ApplyPackedTable()) return false;
-    if (!ReadSymbolTable<Entry>(table, tableSize, relativeCount) ||
-        !ReadSymbolTable<Entry>(DT_JMPREL, DT_PLTRELSZ, 0)) {
+    const uint64_t relatives = dynamic_.Value(relativeCount);
+    EntryTable entries;
+    EntryTable linkageEntries;
+    uint64_t symbolCount = 0;
+    if (!FindTable<Entry>(table, tableSize, &entries) || !CountSymbols<Entry>(entries, relatives, &symbolCount) ||
+        !FindTable<Entry>(DT_JMPREL, DT_PLTRELSZ, &linkageEntries) ||
+        !CountSymbols<Entry>(linkageEntries, 0, &symbolCount)) {
         return false;
     }
-    uint64_t symbolCount = 0;
-    for (const Relocation& relocation : relocations_) symbolCount = std::max(symbolCount, relocation.symbol + 1);
     if (!dynamic_.ExtendSymbols(symbolCount)) return Refuse(dynamic_.refusal());
     FindExposedTables();  // the symbol tables may have grown
-    for (const Relocation& relocation : relocations_) {
-        if (!Apply(relocation)) return false;
-    }
+    if (!ApplySymbolTable<Entry>(entries, relatives) || !ApplySymbolTable<Entry>(linkageEntries, 0)) return false;
     for (const CallSlots& slots : callSlots_) {
         if (std::find(slots.code.begin(), slots.code.end(), false) != slots.code.end()) {
             return Refuse("an initialiser or finaliser slot that does not hold module code");
@@ -235,32 +282,69 @@ bool RelocationCheck::ApplyPackedTable()
     return true;
 }
 
+// A table of the dynamic section, which has none when it has no address.
 template <class Entry>
-bool RelocationCheck::ReadSymbolTable(int64_t addressTag, int64_t sizeTag, int64_t relativeCountTag)
+bool RelocationCheck::FindTable(int64_t addressTag, int64_t sizeTag, EntryTable* table)
 {
-    std::vector<Entry> entries;
+    *table = {};
     if (!dynamic_.Has(addressTag)) return true;
-    if (!ReadTable(addressTag, sizeTag, &entries)) return Refuse("a relocation table outside the file");
+    const uint64_t address = dynamic_.Value(addressTag);
+    const uint64_t size = dynamic_.Value(sizeTag);
+    if (address > ~ElfAddress{0} || size % sizeof(Entry) != 0 || size > image_.size() ||
+        !layout_.FileOffset({static_cast<ElfAddress>(address), size}, &table->offset)) {
+        return Refuse("a relocation table outside the file");
+    }
+    table->count = size / sizeof(Entry);
+    return true;
+}
+
+// visit(index, entry) for each entry, until it says false.
+template <class Entry, class Visit>
+bool RelocationCheck::ForEachEntry(const EntryTable& table, Visit visit)
+{
+    Entry entries[kEntriesAtOnce];
+    for (uint64_t first = 0; first < table.count; first += kEntriesAtOnce) {
+        const uint64_t count = std::min(kEntriesAtOnce, table.count - first);
+        if (!image_.Read(table.offset + first * sizeof(Entry), entries, count * sizeof(Entry))) {
+            return Refuse("a relocation table outside the file");
+        }
+        for (uint64_t i = 0; i < count; ++i) {
+            if (!visit(first + i, entries[i])) return false;
+        }
+    }
+    return true;
+}
+
+// The symbols the entries name, counted in.
+template <class Entry>
+bool RelocationCheck::CountSymbols(const EntryTable& table, uint64_t relativeCount, uint64_t* symbolCount)
+{
     // The loader applies the first entries of the count it is given as
     // relative ones, and stops the process on one of another type.
-    const uint64_t relativeCount = relativeCountTag != 0 ? dynamic_.Value(relativeCountTag) : 0;
-    relocations_.reserve(relocations_.size() + entries.size());
-    for (uint64_t i = 0; i < entries.size(); ++i) {
-        const Entry& entry = entries[i];
-        const bool relative = i < relativeCount;
-        if (relative && kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
+    return ForEachEntry<Entry>(table, [&](uint64_t index, const Entry& entry) {
+        if (index >= relativeCount) {
+            *symbolCount = std::max(*symbolCount, RelocationSymbol(entry.r_info) + 1);
+        } else if (kRelativeTypeKnown && RelocationType(entry.r_info) != kRelativeType) {
             return Refuse("a relocation counted as relative is of another type");
         }
+        return true;
+    });
+}
+
+template <class Entry>
+bool RelocationCheck::ApplySymbolTable(const EntryTable& table, uint64_t relativeCount)
+{
+    return ForEachEntry<Entry>(table, [&](uint64_t index, const Entry& entry) {
+        const bool relative = index < relativeCount;
         uint64_t addend = 0;
         if constexpr (std::is_same_v<Entry, ElfW(Rela)>) {
             addend = static_cast<uint64_t>(entry.r_addend);
         } else {
             addend = FileWord(entry.r_offset);
         }
-        relocations_.push_back({entry.r_offset, EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
-                                relative ? 0 : RelocationSymbol(entry.r_info), addend});
-    }
-    return true;
+        return Apply({entry.r_offset, EffectOf(relative ? kRelativeType : RelocationType(entry.r_info)),
+                      relative ? 0 : RelocationSymbol(entry.r_info), addend});
+    });
 }
 
 void RelocationCheck::FindExposedTables()
@@ -311,7 +395,7 @@ bool RelocationCheck::Apply(const Relocation& relocation)
 bool RelocationCheck::CheckTarget(AddressRange target)
 {
     if (target.size == 0) return true;
-    if (!layout_.InMemory(target, targetFlags_)) return Refuse("a relocation writes outside its segment");
+    if (!writable_.Holds(target.start, target.size)) return Refuse("a relocation writes outside its segment");
     for (const AddressRange& table : exposedTables_) {
         if (Overlaps(target, table)) return Refuse("a relocation writes over a table the loader reads");
     }

@@ -11,6 +11,8 @@ namespace {
 
 // Longer section names are not ours.
 constexpr size_t kMaxName = 64;
+// How far before the section headers their names are looked for.
+constexpr uint64_t kNamesBefore = 1024;
 
 // The fields of a section header this reader needs, from either class.
 struct Section {
@@ -49,6 +51,14 @@ public:
         return true;
     }
 
+    // The headers are read one by one, and the names piece by piece; linkers
+    // put the names just before the headers, which come along in one read.
+    void Prefetch(const ElfImage& image) const
+    {
+        const uint64_t before = offset_ < kNamesBefore ? offset_ : kNamesBefore;
+        image.Prefetch(offset_ - before, before + count_ * sizeof(SectionHeader));
+    }
+
     uint64_t count() const { return count_; }
     uint64_t names() const { return names_; }
 
@@ -72,9 +82,10 @@ SectionSearch Search(const ElfImage& image, const char* name, void* out, size_t 
 {
     SectionTable<Header, SectionHeader> table;
     Section names;
-    if (!table.Read(image) || table.names() >= table.count() || !table.At(image, table.names(), &names)) {
-        return SectionSearch::NotElf;
-    }
+    if (!table.Read(image)) return SectionSearch::NotElf;
+    table.Prefetch(image);
+    if (table.names() >= table.count() || !table.At(image, table.names(), &names)) return SectionSearch::NotElf;
+    image.Prefetch(names.offset, names.size);
     for (uint64_t i = 1; i < table.count(); ++i) {
         Section section;
         if (!table.At(image, i, &section)) return SectionSearch::NotElf;

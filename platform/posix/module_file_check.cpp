@@ -50,11 +50,10 @@ struct RecordRead {
     ModuleRecord record{};
 };
 
-uint32_t CheckOpenFile(int descriptor, const std::string& path, ElfDynamic* dynamic, const Refusal& refusal,
-                       RecordRead* record)
+// info is what fstat said of the open file.
+uint32_t CheckOpenFile(int descriptor, const struct stat& info, const std::string& path, ElfDynamic* dynamic,
+                       const Refusal& refusal, RecordRead* record)
 {
-    struct stat info;
-    if (fstat(descriptor, &info) != 0) return ModuleErrorFromErrno(errno);
     if (!S_ISREG(info.st_mode)) return refusal.Note(path, "not a regular file");
     const FileElfImage image(descriptor, static_cast<uint64_t>(info.st_size));
     const char* reason = nullptr;
@@ -85,9 +84,11 @@ private:
 // Opened without waiting, as a FIFO would; only a regular file is read.
 uint32_t CheckOneFile(const std::string& path, ElfDynamic* dynamic, const Refusal& refusal, RecordRead* record)
 {
-    const Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (descriptor.get() < 0) return ModuleErrorFromErrno(errno);
-    return CheckOpenFile(descriptor.get(), path, dynamic, refusal, record);
+    struct stat info;
+    if (fstat(descriptor.get(), &info) != 0) return ModuleErrorFromErrno(errno);
+    return CheckOpenFile(descriptor.get(), info, path, dynamic, refusal, record);
 }
 
 std::string DirectoryOf(const std::string& path)
@@ -174,8 +175,9 @@ std::string FindDependency(const std::string& name, const std::vector<std::strin
     return std::string();
 }
 
-uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
-                               const Refusal& refusal, RecordRead* record, Needs* needs);
+uint32_t CheckWithDependencies(const std::string& path, const ModuleFile* file, int depth,
+                               std::set<std::string>* checked, const Refusal& refusal, RecordRead* record,
+                               Needs* needs);
 
 // The files a module at depth would bring with it.
 uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checked, const Refusal& refusal)
@@ -193,7 +195,8 @@ uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checke
         }
         const std::string dependency = FindDependency(name, directories);
         if (dependency.empty()) continue;
-        const uint32_t result = CheckWithDependencies(dependency, depth + 1, checked, refusal, nullptr, nullptr);
+        const uint32_t result =
+            CheckWithDependencies(dependency, nullptr, depth + 1, checked, refusal, nullptr, nullptr);
         // A dependency the loader cannot open reads as missing, which the
         // loader itself reports.
         if (result != kErrorSuccess && result != kErrorModuleNotFound) return result;
@@ -201,13 +204,17 @@ uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checke
     return kErrorSuccess;
 }
 
-// The record is read of the first file alone, and what it needs kept.
-uint32_t CheckWithDependencies(const std::string& path, int depth, std::set<std::string>* checked,
-                               const Refusal& refusal, RecordRead* record, Needs* needs)
+// The record is read of the first file alone, and what it needs kept. file
+// is the file at path already open, or null to open it here.
+uint32_t CheckWithDependencies(const std::string& path, const ModuleFile* file, int depth,
+                               std::set<std::string>* checked, const Refusal& refusal, RecordRead* record,
+                               Needs* needs)
 {
     if (depth > kMaxDependencyDepth || !checked->insert(path).second) return kErrorSuccess;
     ElfDynamic dynamic;
-    const uint32_t result = CheckOneFile(path, &dynamic, refusal, record);
+    const uint32_t result = file != nullptr
+                                ? CheckOpenFile(file->descriptor(), file->info(), path, &dynamic, refusal, record)
+                                : CheckOneFile(path, &dynamic, refusal, record);
     if (result != kErrorSuccess) return result;
     Needs own = NeedsOf(dynamic, path);
     const uint32_t needsResult = CheckNeeds(own, depth, checked, refusal);
@@ -266,28 +273,22 @@ bool FindPassed(const std::string& path, const struct stat& info, Needs* needs)
 
 }  // namespace
 
-uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen, char* refusal, size_t size)
+uint32_t CheckModuleFile(const std::string& nativePath, const ModuleFile& file, char* refusal, size_t size)
 {
     if (size > 0) refusal[0] = '\0';
-    struct stat info;
-    bool known = true;
-    if (seen != nullptr) {
-        info = *seen;
-    } else {
-        known = stat(nativePath.c_str(), &info) == 0;
-    }
+    const struct stat& info = file.info();
     std::set<std::string> checked;
     const Refusal noted{refusal, size};
     Needs needs;
-    if (known && FindPassed(nativePath, info, &needs)) {
+    if (FindPassed(nativePath, info, &needs)) {
         checked.insert(nativePath);
         return CheckNeeds(needs, 0, &checked, noted);
     }
     RecordRead record;
-    uint32_t result = CheckWithDependencies(nativePath, 0, &checked, noted, &record, &needs);
+    uint32_t result = CheckWithDependencies(nativePath, &file, 0, &checked, noted, &record, &needs);
     // A module built against another contract is refused before it runs.
     if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
-    if (result == kErrorSuccess && known) {
+    if (result == kErrorSuccess) {
         PassedFiles& passed = Passed();
         MutexGuard guard(passed.lock);
         // A pass that cannot be remembered is checked again next time; the

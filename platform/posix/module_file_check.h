@@ -5,11 +5,11 @@
 // writing out of bounds. Windows refuses such files as not loadable (193);
 // this check refuses them before the loader sees them.
 
-#include <sys/stat.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
+
+#include "platform/posix/module_file.h"
 
 namespace Orvik {
 namespace Platform {
@@ -18,10 +18,10 @@ namespace Platform {
 // load with it from the module's own search paths pass the check; 193 when
 // one of them is no loadable module, 5 when one cannot be read. A file
 // refused for its contents is named in refusal with the reason
-// ("<file>: <reason>"); refusal stays empty for any other result. seen is
-// what stat said of the file just before, or null to ask here: a file that
-// passed before is not read again while it is the same.
-uint32_t CheckModuleFile(const std::string& nativePath, const struct stat* seen, char* refusal, size_t size);
+// ("<file>: <reason>"); refusal stays empty for any other result. file is
+// the file at nativePath, open: a file that passed before is not read again
+// while it is the same.
+uint32_t CheckModuleFile(const std::string& nativePath, const ModuleFile& file, char* refusal, size_t size);
 
 }  // namespace Platform
 }  // namespace Orvik

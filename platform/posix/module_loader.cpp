@@ -15,6 +15,7 @@
 #include "platform/posix/executable_path.h"
 #include "platform/posix/load_failure_note.h"
 #include "platform/posix/loaded_modules.h"
+#include "platform/posix/module_file.h"
 #include "platform/posix/module_file_check.h"
 #include "platform/posix/module_table.h"
 #include "platform/posix/native_path.h"
@@ -59,19 +60,14 @@ std::string AbsoluteNormalPath(std::string path)
     return absolute.lexically_normal().string();
 }
 
-// kErrorSuccess for a regular file, with what stat said of it; else why it
-// would not load. It is never opened: a FIFO would wait for its other end.
-uint32_t RegularFileOrReason(const std::string& path, struct stat* info)
-{
-    if (stat(path.c_str(), info) != 0) return ModuleErrorFromErrno(errno);
-    if (S_ISDIR(info->st_mode)) return kErrorModuleNotFound;
-    return S_ISREG(info->st_mode) ? kErrorSuccess : kErrorBadExeFormat;
-}
-
+// kErrorSuccess for a regular file; else why it would not load. It is
+// never opened: a FIFO would wait for its other end.
 uint32_t RegularFileOrReason(const std::string& path)
 {
     struct stat info;
-    return RegularFileOrReason(path, &info);
+    if (stat(path.c_str(), &info) != 0) return ModuleErrorFromErrno(errno);
+    if (S_ISDIR(info.st_mode)) return kErrorModuleNotFound;
+    return S_ISREG(info.st_mode) ? kErrorSuccess : kErrorBadExeFormat;
 }
 
 // What the loader said when it refused a module.
@@ -135,15 +131,20 @@ void* OpenWithLoader(const std::string& file, LoaderFailure* failure)
     return handle;
 }
 
-// info is what stat said of the file just before, or null.
-ModuleHandle OpenModuleFile(const std::string& path, const struct stat* info, LoaderFailure* failure)
+// file is what lies at path, opened unless it could not be.
+ModuleHandle OpenModuleFile(const std::string& path, ModuleFile* file, LoaderFailure* failure)
 {
     // A module held from that very path is the one the loader would hand
     // out again without reading the file: it only counts once more.
     ModuleHandle held = nullptr;
     if (TakeHeldPath(path, &held)) return held;
+    if (!file->opened()) {
+        SetLastErrorCode(ModuleErrorFromErrno(file->openError()));
+        return nullptr;
+    }
     // A truncated or damaged file is refused before the loader maps it.
-    const uint32_t refusal = CheckModuleFile(path, info, failure->refusal, sizeof failure->refusal);
+    const uint32_t refusal = CheckModuleFile(path, *file, failure->refusal, sizeof failure->refusal);
+    file->Close();
     if (refusal != kErrorSuccess) {
         if (failure->refusal[0] != '\0') failure->text = failure->refusal;
         SetLastErrorCode(refusal);
@@ -157,6 +158,15 @@ ModuleHandle OpenModuleFile(const std::string& path, const struct stat* info, Lo
     }
     if (!AddModuleReference(opened.get(), path)) return opened.get();  // held under another name
     return opened.Keep();
+}
+
+// A module the loader holds under a name asked for again: its file is
+// checked as it is now, whatever it became.
+ModuleHandle OpenLoadedModuleFile(const std::string& path, LoaderFailure* failure)
+{
+    ModuleFile file;
+    file.OpenAny(path);
+    return OpenModuleFile(path, &file, failure);
 }
 
 // The main program's handle never changes.
@@ -229,9 +239,9 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
         const std::string file = AbsoluteNormalPath(std::move(name));
         ModuleHandle held = nullptr;
         if (TakeHeldPath(file, &held)) return held;
-        struct stat info;
-        const uint32_t reason = RegularFileOrReason(file, &info);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, &info, failure);
+        ModuleFile opened;
+        const uint32_t reason = opened.Open(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &opened, failure);
         SetLastErrorCode(reason);
         return nullptr;
     }
@@ -239,12 +249,12 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     // A bare name: a module of that name already loaded wins, then the
     // executable's directory, the current directory, the library path.
     LoadedModule loaded;
-    if (FindLoadedByName(name, &loaded)) return OpenModuleFile(loaded.path, nullptr, failure);
+    if (FindLoadedByName(name, &loaded)) return OpenLoadedModuleFile(loaded.path, failure);
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
-        struct stat info;
-        const uint32_t reason = RegularFileOrReason(file, &info);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, &info, failure);
+        ModuleFile opened;
+        const uint32_t reason = opened.Open(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &opened, failure);
         if (!NotHere(reason)) {
             SetLastErrorCode(reason);
             return nullptr;

@@ -191,6 +191,32 @@ TEST_F(ProfileTest, ExampleRedirectAndDefaultDirectory)
     EXPECT_EQ(Path("App\\..\\Conf\\Bin\\OrvFact.dll"), ModulePath(profile));
 }
 
+TEST_F(ProfileTest, FactoryModuleFromConfigReadsTheFinalProfile)
+{
+    // The path in one go is the two steps' path, and comes from the final
+    // profile, also where the chain ended without reading it.
+    const auto dll = [](const char* name) { return std::string("[361]\nDLL=") + name + "\nNotUseDefaultDllPath=1\n"; };
+    const struct {
+        Table profiles;
+        std::string start;
+        std::string expected;
+    } scenarios[] = {
+        {{{"A.ini", dll("a.dll")}}, "A.ini", Path("a.dll")},
+        {{{"A.ini", RedirectTo(Path("B.ini")) + dll("a.dll")}, {"B.ini", dll("b.dll")}}, "A.ini", Path("b.dll")},
+        {{{"A.ini", RedirectTo("sub\\B.ini") + dll("a.dll")}, {"sub\\B.ini", dll("b.dll")}}, "A.ini",
+         Path("sub\\b.dll")},
+        {{{"A.ini", RedirectTo(Path("B.ini")) + dll("a.dll")}, {"B.ini", RedirectTo(Path("A.ini")) + dll("b.dll")}},
+         "A.ini", Path("b.dll")},
+        {{}, "missing.ini", Path("") + "\\"},
+    };
+    for (const auto& scenario : scenarios) {
+        WriteOnly(scenario.profiles);
+        const std::string start = Path(scenario.start);
+        EXPECT_EQ(scenario.expected, Resolve(ResolveFactoryModuleFromConfig, start.c_str())) << scenario.start;
+        EXPECT_EQ(ModulePath(ProfilePath(start)), Resolve(ResolveFactoryModuleFromConfig, start.c_str()));
+    }
+}
+
 TEST_F(ProfileTest, ReadProfileStringTrimsAndRefusesWhatDoesNotFit)
 {
     WriteOnly({{"Orvik.ini", "[Sec]\nKey=\"\t abc \t\"\n"}});

@@ -132,6 +132,15 @@ TEST(BadFiles, FifoAndDevicesAreNeitherReadNorWaitedFor)
     for (const char* name : {"pipe.dll", "zero.dll"}) {
         EXPECT_EQ(LoadError(scratch.Framework(name)), Platform::kErrorBadExeFormat) << name;
     }
+    // A bare name passes over a device in the current directory, as over a
+    // directory of that name, and finds no module further on.
+    fs::create_directory(scratch.native() / "folder.dll");
+    const fs::path previous = fs::current_path();
+    fs::current_path(scratch.native());
+    for (const char* name : {"zero", "folder"}) {
+        EXPECT_EQ(LoadError(name), Platform::kErrorModuleNotFound) << name;
+    }
+    fs::current_path(previous);
 }
 
 // Just enough of the 64-bit ELF layout to damage a module on purpose.
@@ -328,6 +337,27 @@ TEST_F(DamagedModules, RelocationsMustWriteInsideTheModule)
     ElfBytes counted = module_;
     counted.Set<uint64_t>(relativeCount, entries);
     EXPECT_EQ(Refusal(counted.bytes()), "a relocation counted as relative is of another type");
+}
+
+// A module whose relocation table alone is larger than the check reads at
+// once: its far end is checked as well as its start.
+class ManyPointersModule : public DamagedModules {
+protected:
+    ManyPointersModule() { module_ = ElfBytes(ReadBytes(ProbePath("many_pointers.dll"))); }
+};
+
+TEST_F(ManyPointersModule, TablesLargerThanOneReadAreCheckedWhole)
+{
+    const uint64_t tableSize = module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocationTableSize));
+    ASSERT_GT(tableSize, uint64_t{64 * 1024});
+    EXPECT_EQ(LoadError(module_.bytes()), Platform::kErrorSuccess);
+
+    const size_t lastRelocation =
+        ElfBytes::AtAddress(module_.Get<uint64_t>(module_.DynamicValue(ElfBytes::kRelocations))) + tableSize - 24;
+    ElfBytes far = module_;
+    far.Set<uint64_t>(lastRelocation, uint64_t{0x7fff00000000});
+    EXPECT_EQ(Refusal(far.bytes()), "a relocation writes outside its segment");
+    EXPECT_EQ(Refusal(module_.CutAt(module_.bytes().size() / 2)), "a segment reaches past the end of the file");
 }
 
 TEST_F(DamagedModules, WhatTheLoaderRefusesItselfGetsItsOwnWords)
