@@ -11,28 +11,6 @@ using Orvik::ComponentInstanceInfo;
 using Orvik::ModuleLockGuard;
 using Orvik::OutputDebugLine;
 
-namespace {
-
-// A creation under way, counted on its thread's shard from before the
-// creator runs until the component is recorded: meanwhile the module does
-// not agree to be unloaded.
-class CreationUnderWay {
-public:
-    CreationUnderWay() : shard_(Orvik::ShardOfThisThread())
-    {
-        Orvik::MakeLiveTables();  // nothing is counted when it throws
-        shard_.creating.fetch_add(1);
-    }
-    ~CreationUnderWay() { shard_.creating.fetch_sub(1, std::memory_order_release); }
-    CreationUnderWay(const CreationUnderWay&) = delete;
-    CreationUnderWay& operator=(const CreationUnderWay&) = delete;
-
-private:
-    Orvik::LiveShard& shard_;
-};
-
-}  // namespace
-
 // What a creator throws (a constructor, an allocation) stays in the module
 // and reads as a creator that returned null.
 Orvik::IComponent* ORVIK_CDECL CreateComponent(int32_t componentId, uint32_t creatorId)
@@ -43,10 +21,11 @@ try {
         OutputDebugLine("Orvik[Error]: ComponentID=%d CreatorID=%u", componentId, creatorId);
         return nullptr;
     }
-    // While the creation is counted the module does not agree to be
-    // unloaded, so it needs no call scope of its own (the factory marks a
-    // creation it starts from before it looks the creator up).
-    const CreationUnderWay underWay;
+    // The first creation makes the live maps' tables, so that recording a
+    // component made needs memory only to grow one. The creation needs no
+    // call scope: the factory marks a creation it starts, from before it
+    // looks the creator up until this export returns.
+    Orvik::MakeLiveTables();
     // Creators run outside the module lock: they may load modules and call
     // back into this one.
     Orvik::IComponent* component = creator();

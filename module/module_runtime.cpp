@@ -74,11 +74,11 @@ CreatorFunction FindCreator(ComponentId componentId) ORVIK_NO_THREAD_SAFETY_ANAL
 
 namespace {
 
-// Neither a live component nor one being made; under every shard's lock.
+// No live component; under every shard's lock.
 bool NoLiveComponent()
 {
     for (const LiveShard& shard : State().liveShards) {
-        if (shard.entries.load(std::memory_order_relaxed) != 0 || shard.creating.load() != 0) return false;
+        if (shard.entries.load(std::memory_order_relaxed) != 0) return false;
     }
     return true;
 }
@@ -196,12 +196,11 @@ const ComponentInstanceInfo* LowestEntryAbove(const AllShardsGuard& all, const v
 
 }  // namespace
 
-void MakeLiveTables()
+void MakeEveryLiveTable()
 {
     ModuleState& state = State();
-    if (state.liveTablesMade.load(std::memory_order_acquire)) return;
     const AllShardsGuard all;
-    if (!Detail::g_liveMapsBuilt) return;
+    if (!Detail::g_liveMapsBuilt || state.liveTablesMade.load(std::memory_order_relaxed)) return;
     for (LiveShard& shard : state.liveShards) all.MapOf(shard)->MakeFirstTable();
     state.liveTablesMade.store(true, std::memory_order_release);
 }

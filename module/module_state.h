@@ -34,13 +34,10 @@ struct alignas(64) LiveShard {
     // The map's entries, stored under the lock; read without it by a release
     // that looks whether the other shards are empty.
     std::atomic<uint32_t> entries{0};
-    // Creations under way on threads whose stack picks this shard: while
-    // there are any the module does not agree to be unloaded.
-    std::atomic<uint32_t> creating{0};
     // Where the shard's map is built (module_runtime.cpp says when).
     alignas(LiveComponentMap) unsigned char storage[sizeof(LiveComponentMap)] ORVIK_GUARDED_BY(lock) = {};
 };
-static_assert(sizeof(LiveShard) == 64, "a shard's lock, counts and map fields fit one line");
+static_assert(sizeof(LiveShard) == 64, "a shard's lock, count and map fields fit one line");
 
 struct ModuleState {
     Platform::ModuleHandle module = nullptr;
@@ -89,16 +86,6 @@ inline LiveShard& ShardOf(const void* component)
 }
 static_assert(kLiveShards == 16, "ShardOf takes the product's top four bits");
 
-// The shard where a creation on this thread is counted: picked by the
-// 64 KB block of the thread's stack, so threads mostly count on lines of
-// their own.
-inline LiveShard& ShardOfThisThread()
-{
-    const char here = 0;
-    const uint64_t block = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(&here) >> 16);
-    return State().liveShards[(block * 0x9E3779B97F4A7C15ull) >> 60];
-}
-
 // The shard's map, whoever holds its lock; null outside the maps' lifetime.
 // Unchecked: callers are MapOf and AllShardsGuard::MapOf.
 inline LiveComponentMap* MapIn(LiveShard& shard) ORVIK_NO_THREAD_SAFETY_ANALYSIS
@@ -109,10 +96,13 @@ inline LiveComponentMap* MapIn(LiveShard& shard) ORVIK_NO_THREAD_SAFETY_ANALYSIS
 // The shard's map, under the shard's lock.
 inline LiveComponentMap* MapOf(LiveShard& shard) ORVIK_REQUIRES(shard.lock) { return MapIn(shard); }
 
-// Makes every shard's first table (the module's first creation does), so
-// that recording a component needs memory only to grow a table. May throw
-// std::bad_alloc.
-void MakeLiveTables();
+// Makes every shard's first table, once, so that recording a component
+// needs memory only to grow a table. May throw std::bad_alloc.
+void MakeEveryLiveTable();
+inline void MakeLiveTables()
+{
+    if (!State().liveTablesMade.load(std::memory_order_acquire)) MakeEveryLiveTable();
+}
 // Records a component made, or replaces its entry; false when its shard is
 // full and cannot grow.
 bool RecordLiveComponent(const ComponentInstanceInfo& info);
