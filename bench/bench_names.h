@@ -59,6 +59,8 @@ inline std::string ThreadCounter(const char* path, int threads)
 // modules only.
 constexpr const char* kCatalogParse = "catalog/new-catalog-500KB";
 constexpr const char* kStartFactory = "start/factory-scan-50-modules";
+// The same start with no module file check kept by an earlier process.
+constexpr const char* kFirstStartFactory = "start/factory-scan-50-modules-first";
 constexpr const char* kCatalogMemory = "catalog/peak-memory-20MB";
 
 // Operations per batch of a request, its floor or its gauge: enough for the

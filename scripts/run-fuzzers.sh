@@ -21,7 +21,7 @@ fi
 seconds=$1
 shift
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(catalog_fuzzer profile_fuzzer string_path_fuzzer module_file_fuzzer)
+[ ${#targets[@]} -gt 0 ] || targets=(catalog_fuzzer profile_fuzzer string_path_fuzzer module_file_fuzzer pass_store_fuzzer)
 
 source scripts/install-tools.sh
 

@@ -13,10 +13,6 @@
 namespace Orvik {
 namespace Platform {
 
-namespace {
-
-// How many modules the loader has unloaded so far; it never goes down, and
-// each unload raises it.
 unsigned long long LoaderUnloads()
 {
     unsigned long long unloads = 0;
@@ -30,6 +26,8 @@ unsigned long long LoaderUnloads()
         &unloads);
     return unloads;
 }
+
+namespace {
 
 // The names found loaded since the loader last unloaded a module.
 struct KnownNames {
@@ -46,11 +44,8 @@ KnownNames& Known()
 
 }  // namespace
 
-bool IsLoadedByName(const std::string& name)
+bool IsLoadedByName(const std::string& name, unsigned long long unloads)
 {
-    // Read before the loader is asked: an unload meanwhile leaves the answer
-    // under a count that is already out of date.
-    const unsigned long long unloads = LoaderUnloads();
     KnownNames& known = Known();
     {
         MutexGuard guard(known.lock);

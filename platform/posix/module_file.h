@@ -1,9 +1,9 @@
 #pragma once
-// A module file opened once for loading: the one open and fstat tell what
-// the path is and serve the check's reading, instead of a stat of the path
-// and an open of it each walking it. Opened without waiting, as a FIFO
-// would, and without becoming a terminal's; anything but a regular file is
-// closed again unread.
+// A module file found for loading: a stat tells what the path is, and
+// whether the check has seen this very file pass before; only a file the
+// check reads is opened, once, its fstat then standing for the stat. It is
+// opened without waiting, as a FIFO would, and without becoming a
+// terminal's.
 
 #include <sys/stat.h>
 
@@ -20,26 +20,29 @@ public:
     ModuleFile(const ModuleFile&) = delete;
     ModuleFile& operator=(const ModuleFile&) = delete;
 
-    // kErrorSuccess for a regular file, now open; else why the path would
-    // not load: 126 for a directory, 193 for another kind of file, or what
-    // the system said. A regular file that cannot be opened counts as one
-    // (opened() false): what stops its reading is told when it is read.
-    uint32_t Open(const std::string& path);
-    // Opens whatever path names, asking fstat of it; false, with
-    // openError(), when either fails.
-    bool OpenAny(const std::string& path);
+    // kErrorSuccess for a regular file; else why the path would not load:
+    // 126 for a directory, 193 for another kind of file, or what the
+    // system said.
+    uint32_t Find(const std::string& path);
+    // Whatever path names; false, with error(), when its stat fails.
+    bool FindAny(const std::string& path);
+    // Opens the file found for reading; false, with error(), when the open
+    // or its fstat fails.
+    bool OpenForReading();
     void Close();
 
-    bool opened() const { return descriptor_ >= 0; }
+    bool found() const { return found_; }
     int descriptor() const { return descriptor_; }
-    // What fstat said of the open file.
+    // What the stat said of the path, or the fstat of the open file.
     const struct stat& info() const { return info_; }
-    // The errno of the open or fstat that failed.
-    int openError() const { return openError_; }
+    // The errno of the call that failed.
+    int error() const { return error_; }
 
 private:
+    std::string path_;
+    bool found_ = false;
     int descriptor_ = -1;
-    int openError_ = 0;
+    int error_ = 0;
     struct stat info_ = {};
 };
 

@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <new>
 #include <set>
-#include <unordered_map>
 #include <vector>
 
 #include "orvik/platform/module_loader.h"
@@ -21,6 +21,8 @@
 #include "platform/posix/held_names.h"
 #include "platform/posix/image_record.h"
 #include "platform/posix/native_path.h"
+#include "platform/posix/pass_store.h"
+#include "platform/posix/passed_module.h"
 #include "platform/module_record.h"
 
 namespace Orvik {
@@ -124,22 +126,10 @@ void AddSearchList(const std::string& list, const std::string& origin, std::vect
     }
 }
 
-// What a module needs of other files: the names it needs, and what tells
-// where the loader looks for those it does not hold.
-struct Needs {
-    std::vector<std::string> names;
-    std::string origin;  // the module's own directory
-    bool hasRunPath = false;
-    bool hasOldRunPath = false;
-    std::string runPath;
-    std::string oldRunPath;
-};
-
-Needs NeedsOf(const ElfDynamic& dynamic, const std::string& path)
+Needs NeedsOf(const ElfDynamic& dynamic)
 {
     Needs needs;
     for (uint64_t offset : dynamic.needed()) needs.names.push_back(dynamic.String(offset));
-    needs.origin = DirectoryOf(path);
     needs.hasRunPath = dynamic.Has(DT_RUNPATH);
     needs.hasOldRunPath = dynamic.Has(DT_RPATH);
     if (needs.hasRunPath) needs.runPath = dynamic.String(dynamic.Value(DT_RUNPATH));
@@ -151,14 +141,13 @@ Needs NeedsOf(const ElfDynamic& dynamic, const std::string& path)
 // directories, in its order: the module's old-style list when it has no
 // new one, the library path, the new list. (The loader also searches the
 // old-style lists of the modules that load this one; those are left out.)
-std::vector<std::string> SearchDirectories(const Needs& needs)
+std::vector<std::string> SearchDirectories(const Needs& needs, const std::string& path)
 {
+    const std::string origin = DirectoryOf(path);
     std::vector<std::string> directories;
-    if (!needs.hasRunPath && needs.hasOldRunPath) AddSearchList(needs.oldRunPath, needs.origin, &directories);
-    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) {
-        AddSearchList(libraryPath, needs.origin, &directories);
-    }
-    if (needs.hasRunPath) AddSearchList(needs.runPath, needs.origin, &directories);
+    if (!needs.hasRunPath && needs.hasOldRunPath) AddSearchList(needs.oldRunPath, origin, &directories);
+    if (const char* libraryPath = std::getenv("LD_LIBRARY_PATH")) AddSearchList(libraryPath, origin, &directories);
+    if (needs.hasRunPath) AddSearchList(needs.runPath, origin, &directories);
     return directories;
 }
 
@@ -179,18 +168,23 @@ uint32_t CheckWithDependencies(const std::string& path, const ModuleFile* file, 
                                std::set<std::string>* checked, const Refusal& refusal, RecordRead* record,
                                Needs* needs);
 
-// The files a module at depth would bring with it.
-uint32_t CheckNeeds(const Needs& needs, int depth, std::set<std::string>* checked, const Refusal& refusal)
+// The files the module at path, at depth, would bring with it. allHeld,
+// when given, tells whether the loader held a module for every name.
+uint32_t CheckNeeds(const Needs& needs, const std::string& path, int depth, std::set<std::string>* checked, const Refusal& refusal,
+                    bool* allHeld = nullptr)
 {
     // Most needed names are loaded already (the run-time, the platform
     // library): the loader answers those without a look at the directories,
     // which are only worked out for the first name it does not hold.
     std::vector<std::string> directories;
     bool listed = false;
+    if (allHeld != nullptr) *allHeld = true;
+    const unsigned long long unloads = LoaderUnloads();
     for (const std::string& name : needs.names) {
-        if (name.find('/') == std::string::npos && IsLoadedByName(name)) continue;
+        if (name.find('/') == std::string::npos && IsLoadedByName(name, unloads)) continue;
+        if (allHeld != nullptr) *allHeld = false;
         if (!listed) {
-            directories = SearchDirectories(needs);
+            directories = SearchDirectories(needs, path);
             listed = true;
         }
         const std::string dependency = FindDependency(name, directories);
@@ -216,41 +210,31 @@ uint32_t CheckWithDependencies(const std::string& path, const ModuleFile* file, 
                                 ? CheckOpenFile(file->descriptor(), file->info(), path, &dynamic, refusal, record)
                                 : CheckOneFile(path, &dynamic, refusal, record);
     if (result != kErrorSuccess) return result;
-    Needs own = NeedsOf(dynamic, path);
-    const uint32_t needsResult = CheckNeeds(own, depth, checked, refusal);
+    Needs own = NeedsOf(dynamic);
+    const uint32_t needsResult = CheckNeeds(own, path, depth, checked, refusal);
     if (needs != nullptr) *needs = std::move(own);
     return needsResult;
 }
 
-// A file that passed, as it was then: the same file (device and inode),
-// the same size and the same modification time are not read again.
-struct FileIdentity {
-    dev_t device;
-    ino_t inode;
-    off_t size;
-    timespec modified;
-
-    explicit FileIdentity(const struct stat& info)
-        : device(info.st_dev), inode(info.st_ino), size(info.st_size), modified(info.st_mtim)
-    {
-    }
-    bool operator==(const FileIdentity& other) const
-    {
-        return device == other.device && inode == other.inode && size == other.size &&
-               modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
-    }
-};
-
-// A file that passed is taken as it was; what it needs is looked at again
-// each time, since those files and what the loader holds may have changed.
-struct PassedFile {
-    FileIdentity identity;
-    Needs needs;
-};
-
+// The passes of this process, with those of earlier ones from the store
+// read at the first check.
 struct PassedFiles {
     Mutex lock;
-    std::unordered_map<std::string, PassedFile> files ORVIK_GUARDED_BY(lock);
+    PassMap files ORVIK_GUARDED_BY(lock);
+    bool storeRead ORVIK_GUARDED_BY(lock) = false;
+    std::string storeFile ORVIK_GUARDED_BY(lock);
+    bool rewriteStore ORVIK_GUARDED_BY(lock) = false;
+    // Opened by the first pass to keep, and kept open for the next ones.
+    int storeDescriptor ORVIK_GUARDED_BY(lock) = -1;
+    bool storeOpened ORVIK_GUARDED_BY(lock) = false;
+
+    void ReadStoreOnce() ORVIK_REQUIRES(lock)
+    {
+        if (storeRead) return;
+        storeRead = true;
+        storeFile = PassStoreFile();
+        if (!storeFile.empty()) rewriteStore = ReadPassStore(storeFile, &files);
+    }
 };
 
 PassedFiles& Passed()
@@ -259,42 +243,90 @@ PassedFiles& Passed()
     return *passed;
 }
 
-// What a file that passed as it is now needs; false when it did not pass.
-bool FindPassed(const std::string& path, const struct stat& info, Needs* needs)
+enum class Found {
+    Nothing,      // the file as it is now did not pass
+    NeedsHeld,    // it passed, and what it needs was held and has been since
+    NeedsToCheck  // it passed; what it needs is to be looked at
+};
+
+// Whether the file as it is now passed, and what it needs to be looked
+// at. unloads is the loader's count of unloads, read before.
+Found FindPassed(const std::string& path, const struct stat& info, unsigned long long unloads, Needs* needs)
+{
+    PassedFiles& passed = Passed();
+    MutexGuard guard(passed.lock);
+    passed.ReadStoreOnce();
+    const auto found = passed.files.find(path);
+    if (found == passed.files.end() || !(found->second.identity == FileIdentity(info))) return Found::Nothing;
+    if (found->second.neededHeldAtUnloads == unloads) return Found::NeedsHeld;
+    *needs = found->second.needs;
+    return Found::NeedsToCheck;
+}
+
+// Every module the file needs was held when the loader had unloaded as
+// many: they all still are while it unloads no more.
+void NoteNeedsHeld(const std::string& path, const struct stat& info, unsigned long long unloads)
 {
     PassedFiles& passed = Passed();
     MutexGuard guard(passed.lock);
     const auto found = passed.files.find(path);
-    if (found == passed.files.end() || !(found->second.identity == FileIdentity(info))) return false;
-    *needs = found->second.needs;
-    return true;
+    if (found != passed.files.end() && found->second.identity == FileIdentity(info)) {
+        found->second.neededHeldAtUnloads = unloads;
+    }
 }
 
+// A settled file that passed is remembered here and in the store; one
+// changed just now is checked again next time.
+void RememberPass(const std::string& path, const struct stat& info, Needs needs)
+{
+    PassedFile pass{FileIdentity(info), std::move(needs)};
+    if (!IsSettled(pass.identity, std::time(nullptr))) return;
+    PassedFiles& passed = Passed();
+    MutexGuard guard(passed.lock);
+    passed.ReadStoreOnce();
+    if (!passed.storeOpened && !passed.storeFile.empty()) {
+        passed.storeOpened = true;
+        passed.storeDescriptor = OpenPassStore(passed.storeFile, passed.rewriteStore);
+    }
+    if (passed.storeDescriptor >= 0 && !passed.rewriteStore) AppendPass(passed.storeDescriptor, path, pass);
+    passed.files.insert_or_assign(path, std::move(pass));
+    // A store to be written afresh is, at the first pass to keep.
+    if (passed.storeDescriptor >= 0 && passed.rewriteStore) AppendPasses(passed.storeDescriptor, passed.files);
+    passed.rewriteStore = false;
+}
 
 }  // namespace
 
-uint32_t CheckModuleFile(const std::string& nativePath, const ModuleFile& file, char* refusal, size_t size)
+uint32_t CheckModuleFile(const std::string& nativePath, ModuleFile* file, char* refusal, size_t size)
 {
     if (size > 0) refusal[0] = '\0';
-    const struct stat& info = file.info();
     std::set<std::string> checked;
     const Refusal noted{refusal, size};
     Needs needs;
-    if (FindPassed(nativePath, info, &needs)) {
+    const unsigned long long unloads = LoaderUnloads();
+    switch (FindPassed(nativePath, file->info(), unloads, &needs)) {
+    case Found::NeedsHeld:
+        return kErrorSuccess;
+    case Found::NeedsToCheck: {
         checked.insert(nativePath);
-        return CheckNeeds(needs, 0, &checked, noted);
+        bool allHeld = false;
+        const uint32_t result = CheckNeeds(needs, nativePath, 0, &checked, noted, &allHeld);
+        if (result == kErrorSuccess && allHeld) NoteNeedsHeld(nativePath, file->info(), unloads);
+        return result;
     }
+    case Found::Nothing:
+        break;
+    }
+    if (!file->OpenForReading()) return ModuleErrorFromErrno(file->error());
     RecordRead record;
-    uint32_t result = CheckWithDependencies(nativePath, &file, 0, &checked, noted, &record, &needs);
+    uint32_t result = CheckWithDependencies(nativePath, file, 0, &checked, noted, &record, &needs);
     // A module built against another contract is refused before it runs.
     if (result == kErrorSuccess) result = RefusalOfRecord(record.state, record.record);
+    // A pass that cannot be remembered is checked again next time; the file
+    // passed all the same.
     if (result == kErrorSuccess) {
-        PassedFiles& passed = Passed();
-        MutexGuard guard(passed.lock);
-        // A pass that cannot be remembered is checked again next time; the
-        // file passed all the same.
         try {
-            passed.files.insert_or_assign(nativePath, PassedFile{FileIdentity(info), std::move(needs)});
+            RememberPass(nativePath, file->info(), std::move(needs));
         } catch (const std::bad_alloc&) {
         }
     }

@@ -19,9 +19,10 @@ namespace Platform {
 // one of them is no loadable module, 5 when one cannot be read. A file
 // refused for its contents is named in refusal with the reason
 // ("<file>: <reason>"); refusal stays empty for any other result. file is
-// the file at nativePath, open: a file that passed before is not read again
-// while it is the same.
-uint32_t CheckModuleFile(const std::string& nativePath, const ModuleFile& file, char* refusal, size_t size);
+// the file found at nativePath: a settled file that passed before, in this
+// process or an earlier one (pass_store.h), is not opened again while it is
+// the same; any other is opened here for reading.
+uint32_t CheckModuleFile(const std::string& nativePath, ModuleFile* file, char* refusal, size_t size);
 
 }  // namespace Platform
 }  // namespace Orvik

@@ -131,19 +131,19 @@ void* OpenWithLoader(const std::string& file, LoaderFailure* failure)
     return handle;
 }
 
-// file is what lies at path, opened unless it could not be.
+// file is what lies at path, found unless it could not be.
 ModuleHandle OpenModuleFile(const std::string& path, ModuleFile* file, LoaderFailure* failure)
 {
     // A module held from that very path is the one the loader would hand
     // out again without reading the file: it only counts once more.
     ModuleHandle held = nullptr;
     if (TakeHeldPath(path, &held)) return held;
-    if (!file->opened()) {
-        SetLastErrorCode(ModuleErrorFromErrno(file->openError()));
+    if (!file->found()) {
+        SetLastErrorCode(ModuleErrorFromErrno(file->error()));
         return nullptr;
     }
     // A truncated or damaged file is refused before the loader maps it.
-    const uint32_t refusal = CheckModuleFile(path, *file, failure->refusal, sizeof failure->refusal);
+    const uint32_t refusal = CheckModuleFile(path, file, failure->refusal, sizeof failure->refusal);
     file->Close();
     if (refusal != kErrorSuccess) {
         if (failure->refusal[0] != '\0') failure->text = failure->refusal;
@@ -165,7 +165,7 @@ ModuleHandle OpenModuleFile(const std::string& path, ModuleFile* file, LoaderFai
 ModuleHandle OpenLoadedModuleFile(const std::string& path, LoaderFailure* failure)
 {
     ModuleFile file;
-    file.OpenAny(path);
+    file.FindAny(path);
     return OpenModuleFile(path, &file, failure);
 }
 
@@ -239,9 +239,9 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
         const std::string file = AbsoluteNormalPath(std::move(name));
         ModuleHandle held = nullptr;
         if (TakeHeldPath(file, &held)) return held;
-        ModuleFile opened;
-        const uint32_t reason = opened.Open(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, &opened, failure);
+        ModuleFile found;
+        const uint32_t reason = found.Find(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &found, failure);
         SetLastErrorCode(reason);
         return nullptr;
     }
@@ -252,9 +252,9 @@ static ModuleHandle LoadModuleFile(const char* path, LoaderFailure* failure)
     if (FindLoadedByName(name, &loaded)) return OpenLoadedModuleFile(loaded.path, failure);
     for (const std::string& directory : {ExecutableDirectory(), AbsoluteNormalPath(".")}) {
         const std::string file = directory + "/" + name;
-        ModuleFile opened;
-        const uint32_t reason = opened.Open(file);
-        if (reason == kErrorSuccess) return OpenModuleFile(file, &opened, failure);
+        ModuleFile found;
+        const uint32_t reason = found.Find(file);
+        if (reason == kErrorSuccess) return OpenModuleFile(file, &found, failure);
         if (!NotHere(reason)) {
             SetLastErrorCode(reason);
             return nullptr;

@@ -38,6 +38,14 @@ struct HeldModule {
 };
 
 struct ModuleTable {
+    // Room for the modules of a typical process from the start: a process
+    // that starts loads them one after the other.
+    ModuleTable()
+    {
+        modules.reserve(64);
+        paths.reserve(64);
+    }
+
     // Never held while the loader runs a module's initialisation or
     // finalisation, which may load or free modules in turn.
     Mutex lock;
