@@ -135,7 +135,7 @@ std::string StoreDirectory()
 {
     if (std::getenv("ORVIK_CACHE_DIR") != nullptr) return FromEnvironment("ORVIK_CACHE_DIR");
     const std::string cacheHome = FromEnvironment("XDG_CACHE_HOME");
-    // The base directory specification ignores a relative path.
+    // A relative cache home is not taken: it would move with the current directory.
     if (!cacheHome.empty() && cacheHome[0] == '/') return cacheHome + "/orvik";
     const std::string home = FromEnvironment("HOME");
     return home.empty() ? std::string() : home + "/.cache/orvik";
