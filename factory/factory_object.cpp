@@ -6,6 +6,7 @@
 #include "bootstrap/profile_resolution.h"
 #include "catalog/trace_gate.h"
 #include "log/log_settings.h"
+#include "orvik/platform/branch_hints.h"
 #include "orvik/module/component_impl.h"
 #include "platform/multibyte.h"
 
@@ -54,7 +55,8 @@ IComponent* COrvikComponentFactory::CreateComponentByID(ComponentId id, const ch
     // Registered instances answer without the state lock: the registry is
     // read without one, and nothing here can throw.
     if (IComponent* registered = registeredInstances_.Find(id)) {
-        return Trace::Active() ? TracedAsRegistered(registered, id, configPath) : registered;
+        if (ORVIK_LIKELY(!Trace::Active())) return registered;
+        return TracedAsRegistered(registered, id, configPath);
     }
     return CreateUnregistered(id, configPath);
 }
@@ -82,7 +84,8 @@ IComponent* COrvikComponentFactory::CreateThroughCatalog(ComponentId id, const c
 try {
     const StateGuard guard(stateLock_);
     if (IComponent* registered = registeredInstances_.Find(id)) {
-        return Trace::Active() ? TracedAsRegistered(registered, id, configPath) : registered;
+        if (__builtin_expect(!Trace::Active(), 1)) return registered;
+        return TracedAsRegistered(registered, id, configPath);
     }
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "orvik/platform/branch_hints.h"
 #include "platform/probe_tables.h"
 
 namespace Orvik {
@@ -24,7 +25,9 @@ public:
     {
         const Table table = tables_.Current();
         if (!table || item == nullptr) return false;
-        for (size_t i = table.Home(Bits(item));; i = table.Next(i)) {
+        const size_t home = table.Home(Bits(item));
+        if (ORVIK_LIKELY(table[home].load(std::memory_order_acquire) == item)) return true;
+        for (size_t i = home;; i = table.Next(i)) {
             const T* slot = table[i].load(std::memory_order_acquire);
             if (slot == item) return true;
             if (slot == nullptr) return false;

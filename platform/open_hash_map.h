@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cstddef>
 
+#include "orvik/platform/branch_hints.h"
+
 #include "platform/probe_tables.h"
 
 namespace Orvik {
@@ -26,7 +28,12 @@ public:
     {
         const Table table = tables_.Current();
         if (!table) return nullptr;
-        for (size_t i = table.Home(key);; i = table.Next(i)) {
+        const size_t home = table.Home(key);
+        const Slot& first = table[home];
+        if (ORVIK_LIKELY(first.used.load(std::memory_order_acquire) && first.key == key)) {
+            return first.value.load(std::memory_order_acquire);
+        }
+        for (size_t i = home;; i = table.Next(i)) {
             const Slot& slot = table[i];
             if (!slot.used.load(std::memory_order_acquire)) return nullptr;
             if (slot.key == key) return slot.value.load(std::memory_order_acquire);

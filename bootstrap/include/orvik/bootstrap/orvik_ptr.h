@@ -11,6 +11,7 @@
 #include "orvik/bootstrap/factory_bootstrap.h"
 #include "orvik/module/module_runtime.h"
 #include "orvik/module/registry_path.h"
+#include "orvik/platform/branch_hints.h"
 
 namespace Orvik {
 
@@ -43,7 +44,7 @@ public:
     {
         if (N == 1 && component_ != nullptr) {
             IOrvikComponentFactory* factory = ModuleFactory();
-            if (factory == nullptr || factory->IsRegisteredInstance(component_) == 0) component_->Release(0);
+            if (ORVIK_UNLIKELY(factory == nullptr) || factory->IsRegisteredInstance(component_) == 0) component_->Release(0);
         }
         component_ = nullptr;
     }
