@@ -84,8 +84,7 @@ IComponent* COrvikComponentFactory::CreateThroughCatalog(ComponentId id, const c
 try {
     const StateGuard guard(stateLock_);
     if (IComponent* registered = registeredInstances_.Find(id)) {
-        if (__builtin_expect(!Trace::Active(), 1)) return registered;
-        return TracedAsRegistered(registered, id, configPath);
+        return Trace::Active() ? TracedAsRegistered(registered, id, configPath) : registered;
     }
     if (configPath == nullptr || configPath[0] == '\0') return defaultCatalog_.CreateComponentFromDll(id);
 

@@ -11,7 +11,6 @@
 #include <cstddef>
 
 #include "orvik/platform/branch_hints.h"
-
 #include "platform/probe_tables.h"
 
 namespace Orvik {

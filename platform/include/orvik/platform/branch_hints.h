@@ -6,9 +6,13 @@
 /// the hint.
 
 #if defined(__GNUC__) || defined(__clang__)
+/// The condition, which nearly always holds.
 #define ORVIK_LIKELY(condition) __builtin_expect(static_cast<bool>(condition), 1)
+/// The condition, which nearly never holds.
 #define ORVIK_UNLIKELY(condition) __builtin_expect(static_cast<bool>(condition), 0)
 #else
+/// The condition, which nearly always holds.
 #define ORVIK_LIKELY(condition) static_cast<bool>(condition)
+/// The condition, which nearly never holds.
 #define ORVIK_UNLIKELY(condition) static_cast<bool>(condition)
 #endif
