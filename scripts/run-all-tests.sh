@@ -96,5 +96,11 @@ passed=$((passed + fuzz_passed))
 failed=$((failed + fuzz_failed))
 
 [ "$failed" -eq 0 ] || status=1
+if [ "$status" -ne 0 ]; then
+  # What failed, once more where a reader of the log's end sees it.
+  echo "== what failed"
+  bash scripts/failure-digest.sh build/*/ctest.log build/downstream/*.ctest.log \
+    -- build/test-downstream.log build/test-debs.log "$fuzz_log"
+fi
 echo "Orvik tests: $passed passed, $failed failed"
 exit $status
