@@ -45,16 +45,19 @@ uint32_t FileError(int error, const std::string& nativePath)
 }
 
 // Why an open descriptor is not handed out as a file: 0 when it may be.
-// Only a regular file is read: a FIFO, socket or device has no contents of
-// a known size and is refused like a directory.
-uint32_t RefusalOf(int descriptor, bool reading)
+// Only a regular file is read: a directory, FIFO, socket or device has no
+// contents of a known size and is refused. regular tells what it is.
+uint32_t RefusalOf(int descriptor, bool reading, bool* regular)
 {
     struct stat info;
     if (fstat(descriptor, &info) != 0) return ErrorFromErrno(errno);
-    return reading && !S_ISREG(info.st_mode) ? kErrorAccessDenied : kErrorSuccess;
+    *regular = S_ISREG(info.st_mode);
+    return reading && !*regular ? kErrorAccessDenied : kErrorSuccess;
 }
 
 // Files are opened without waiting: a FIFO would wait for its other end.
+// A directory opens for reading and is refused as no regular file; for
+// writing, the open itself fails (EISDIR, access denied).
 FileHandle OpenWith(const char* path, int flags)
 {
     if (path == nullptr) {
@@ -62,23 +65,21 @@ FileHandle OpenWith(const char* path, int flags)
         return InvalidFileHandle();
     }
     const std::string native = ToNativePath(path);
-    if (IsDirectory(native)) {
-        SetLastErrorCode(kErrorAccessDenied);
-        return InvalidFileHandle();
-    }
     const int descriptor = open(native.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
     if (descriptor < 0) {
         SetLastErrorCode(FileError(errno, native));
         return InvalidFileHandle();
     }
-    const uint32_t refusal = RefusalOf(descriptor, (flags & O_ACCMODE) == O_RDONLY);
+    bool regular = false;
+    const uint32_t refusal = RefusalOf(descriptor, (flags & O_ACCMODE) == O_RDONLY, &regular);
     OpenFile* opened = refusal == kErrorSuccess ? new (std::nothrow) OpenFile{descriptor} : nullptr;
     if (opened == nullptr) {
         close(descriptor);
         SetLastErrorCode(refusal != kErrorSuccess ? refusal : kErrorNotEnoughMemory);
         return InvalidFileHandle();
     }
-    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    // Reads and writes of a regular file never wait, whatever the flag says.
+    if (!regular) fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     SetLastErrorCode(kErrorSuccess);
     return opened;
 }

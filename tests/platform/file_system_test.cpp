@@ -99,6 +99,8 @@ TEST_F(FileSystem, FailuresGiveWindowsErrorNumbers)
     EXPECT_EQ(ErrorIf(openFails(At())), Platform::kErrorAccessDenied);
     EXPECT_EQ(ErrorIf(Platform::CreateFileForWriting(At("no\\x.log").c_str()) == Platform::InvalidFileHandle()),
               Platform::kErrorPathNotFound);
+    EXPECT_EQ(ErrorIf(Platform::CreateFileForWriting(At().c_str()) == Platform::InvalidFileHandle()),
+              Platform::kErrorAccessDenied);
     EXPECT_EQ(ErrorIf(!Platform::RemoveFile(At("missing.txt").c_str())), Platform::kErrorFileNotFound);
     EXPECT_EQ(ErrorIf(!Platform::RemoveFile(At().c_str())), Platform::kErrorAccessDenied);
 
