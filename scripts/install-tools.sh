@@ -29,3 +29,15 @@ if [ ${#missing[@]} -gt 0 ]; then
     || { echo "installation failed"; exit 1; }
 fi
 source "$(dirname "${BASH_SOURCE[0]}")/install-wine32.sh"
+
+# prepare_wine_prefix WINE PREFIX ARCH: makes the Wine prefix, or brings it
+# up to date with the installed Wine, and waits until its server is done.
+# Done once before the Windows tests: tests started at once would all wait
+# on the one that makes the prefix, and a test that meets an update of it
+# waits on that. Without the .NET and HTML run-times, which nothing here
+# uses and which would otherwise be offered for download.
+prepare_wine_prefix() {
+  env WINEDEBUG=-all WINEPREFIX="$2" WINEARCH="$3" WINEDLLOVERRIDES="mscoree,mshtml=" \
+    "$1" wineboot --init >/dev/null 2>&1
+  env WINEPREFIX="$2" /usr/lib/wine/wineserver -w
+}

@@ -35,6 +35,9 @@ for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-be
   fi
 done
 
+prepare_wine_prefix /usr/lib/wine/wine64 "${WINEPREFIX:-$HOME/.wine}" win64
+[ "$wine32_ok" -eq 1 ] && prepare_wine_prefix /usr/lib/wine/wine "$wine32_prefix" win32
+
 for preset in linux-debug linux-release linux-tsan mingw-x64 mingw-i686 linux-clang-tsa; do
   [ -d "build/$preset" ] || continue
   echo "== testing $preset"
