@@ -32,6 +32,12 @@ std::string Expect(const char* what, int32_t answer, int32_t expected)
     return std::string(what) + " answered " + std::to_string(answer) + " instead of " + std::to_string(expected);
 }
 
+std::string Reaches(IBenchClient& client, const char* what, ClientOperation operation)
+{
+    if (client.RunBatch(operation, 0, 1) == 0) return "";
+    return std::string(what) + " answered from the wrong module or none";
+}
+
 }  // namespace
 
 World& World::Get()
@@ -92,21 +98,21 @@ std::string World::SetUp()
 
     // Every path answers from the module it is meant to reach.
     for (const std::string& failure :
-         {Expect("in-module floor", client_->InModuleFloor(0), kClientTag),
-          Expect("cross-module floor", client_->CrossModuleFloor(0), kPlainTag),
+         {Reaches(*client_, "in-module floor", ClientOperation::kInModuleFloor),
+          Reaches(*client_, "cross-module floor", ClientOperation::kCrossModuleFloor),
           Expect("loader lookups", LoaderLookups(sectionModule()), 3),
           Expect("idle-cycle floor", LoaderIdleCycle(plainPath_, 0), kPlainTag),
-          Expect("shared-map floor", client_->SharedMapFloor(0), kClientTag),
-          Expect("locked floor", client_->LockedFloor(0), kClientTag),
-          Expect("in-module component", client_->OrvikInModule(0), kClientTag),
-          Expect("cross-module component", client_->OrvikCrossModule(0), kScannedTag),
-          Expect("held call", client_->HeldCall(0), kScannedTag),
+          Reaches(*client_, "shared-map floor", ClientOperation::kSharedMapFloor),
+          Reaches(*client_, "locked floor", ClientOperation::kLockedFloor),
+          Reaches(*client_, "in-module component", ClientOperation::kOrvikInModule),
+          Reaches(*client_, "cross-module component", ClientOperation::kOrvikCrossModule),
+          Reaches(*client_, "held call", ClientOperation::kHeldCall),
           Expect("export lookups", client_->ExportLookups(sectionModule()), 3),
-          Expect("idle scanned request", client_->IdleScannedRequest(0), kIdleScannedTag),
-          Expect("idle section request", client_->IdleSectionRequest(0), kIdleSectionTag),
-          Expect("section request", client_->SectionRequest(0), kSectionTag),
-          Expect("scanned request", client_->ScannedRequest(0), kScannedTag),
-          Expect("shared request", client_->SharedRequest(0), kSharedTag)}) {
+          Reaches(*client_, "idle scanned request", ClientOperation::kIdleScannedRequest),
+          Reaches(*client_, "idle section request", ClientOperation::kIdleSectionRequest),
+          Reaches(*client_, "section request", ClientOperation::kSectionRequest),
+          Reaches(*client_, "scanned request", ClientOperation::kScannedRequest),
+          Reaches(*client_, "shared request", ClientOperation::kSharedRequest)}) {
         if (!failure.empty()) return failure;
     }
     if (Platform::FindLoadedModule("bench_section.dll") != sectionModule()) {

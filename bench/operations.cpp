@@ -7,37 +7,55 @@ namespace Orvik::Bench {
 
 namespace {
 
-template <int32_t (IBenchClient::*Operation)(int32_t), int32_t Tag>
-bool Request(World& world, int32_t x)
+template <ClientOperation Operation>
+int64_t InClient(World& world, int32_t first, int32_t count)
 {
-    return (world.client()->*Operation)(x) == x + Tag;
+    return world.client()->RunBatch(Operation, first, count);
+}
+
+// A batch in the benchmark program's own loop, the operation inlined.
+template <bool (*Operation)(World&, int32_t)>
+int64_t InProgram(World& world, int32_t first, int32_t count)
+{
+    int64_t wrong = 0;
+    for (int32_t x = first; x < first + count; ++x) wrong += !Operation(world, x);
+    return wrong;
+}
+
+bool LookupsThroughLoader(World& world, int32_t) { return LoaderLookups(world.sectionModule()) == 3; }
+bool IdleCycleThroughLoader(World& world, int32_t x)
+{
+    return LoaderIdleCycle(world.plainModulePath(), x) == x + kPlainTag;
+}
+bool LookupsThroughFramework(World& world, int32_t) { return world.client()->ExportLookups(world.sectionModule()) == 3; }
+
+int64_t CrossModuleAndLookups(World& world, int32_t first, int32_t count)
+{
+    return CrossModuleFloor(world, first, count) + LoaderLookupsFloor(world, first, count);
 }
 
 }  // namespace
 
-bool InModuleFloor(World& world, int32_t x) { return world.client()->InModuleFloor(x) == x + kClientTag; }
-bool CrossModuleFloor(World& world, int32_t x) { return world.client()->CrossModuleFloor(x) == x + kPlainTag; }
-bool LoaderLookupsFloor(World& world, int32_t) { return LoaderLookups(world.sectionModule()) == 3; }
-bool CrossModuleAndLookupsFloor(World& world, int32_t x)
-{
-    return CrossModuleFloor(world, x) && LoaderLookupsFloor(world, x);
-}
-bool IdleCycleFloor(World& world, int32_t x) { return LoaderIdleCycle(world.plainModulePath(), x) == x + kPlainTag; }
-bool SharedMapFloor(World& world, int32_t x) { return world.client()->SharedMapFloor(x) == x + kClientTag; }
-bool LockedFloor(World& world, int32_t x) { return world.client()->LockedFloor(x) == x + kClientTag; }
-bool HeldCall(World& world, int32_t x) { return world.client()->HeldCall(x) == x + kScannedTag; }
+const Work InModuleFloor = InClient<ClientOperation::kInModuleFloor>;
+const Work CrossModuleFloor = InClient<ClientOperation::kCrossModuleFloor>;
+const Work LoaderLookupsFloor = InProgram<LookupsThroughLoader>;
+const Work CrossModuleAndLookupsFloor = CrossModuleAndLookups;
+const Work IdleCycleFloor = InProgram<IdleCycleThroughLoader>;
+const Work SharedMapFloor = InClient<ClientOperation::kSharedMapFloor>;
+const Work LockedFloor = InClient<ClientOperation::kLockedFloor>;
+const Work HeldCall = InClient<ClientOperation::kHeldCall>;
 
-bool OrvikInModule(World& world, int32_t x) { return world.client()->OrvikInModule(x) == x + kClientTag; }
-bool OrvikCrossModule(World& world, int32_t x) { return world.client()->OrvikCrossModule(x) == x + kScannedTag; }
-bool OrvikLookups(World& world, int32_t) { return world.client()->ExportLookups(world.sectionModule()) == 3; }
+const Work OrvikInModule = InClient<ClientOperation::kOrvikInModule>;
+const Work OrvikCrossModule = InClient<ClientOperation::kOrvikCrossModule>;
+const Work OrvikLookups = InProgram<LookupsThroughFramework>;
 
-const Work RequestSection = Request<&IBenchClient::SectionRequest, kSectionTag>;
-const Work RequestScanned = Request<&IBenchClient::ScannedRequest, kScannedTag>;
-const Work RequestShared = Request<&IBenchClient::SharedRequest, kSharedTag>;
-const Work DirectSection = Request<&IBenchClient::SectionDirect, kSectionTag>;
-const Work DirectScanned = Request<&IBenchClient::ScannedDirect, kScannedTag>;
-const Work DirectShared = Request<&IBenchClient::SharedDirect, kSharedTag>;
-const Work RequestIdleScanned = Request<&IBenchClient::IdleScannedRequest, kIdleScannedTag>;
-const Work RequestIdleSection = Request<&IBenchClient::IdleSectionRequest, kIdleSectionTag>;
+const Work RequestSection = InClient<ClientOperation::kSectionRequest>;
+const Work RequestScanned = InClient<ClientOperation::kScannedRequest>;
+const Work RequestShared = InClient<ClientOperation::kSharedRequest>;
+const Work DirectSection = InClient<ClientOperation::kSectionDirect>;
+const Work DirectScanned = InClient<ClientOperation::kScannedDirect>;
+const Work DirectShared = InClient<ClientOperation::kSharedDirect>;
+const Work RequestIdleScanned = InClient<ClientOperation::kIdleScannedRequest>;
+const Work RequestIdleSection = InClient<ClientOperation::kIdleSectionRequest>;
 
 }  // namespace Orvik::Bench

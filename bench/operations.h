@@ -1,7 +1,9 @@
 #pragma once
 // The operations the benchmark programs time on the world: the floors (no
 // framework code runs in them), the framework's module-side costs and the
-// requests. Each answers whether the operation answered right.
+// requests. Each runs as a batch, in a loop of the module whose code makes
+// it (the client module's, or the benchmark program's for the loader's
+// floors), and answers how many of the batch answered wrong.
 
 #include <cstdint>
 
@@ -9,24 +11,25 @@
 
 namespace Orvik::Bench {
 
-using Work = bool (*)(World& world, int32_t x);
+// count operations with x = first, first + 1, ...
+using Work = int64_t (*)(World& world, int32_t first, int32_t count);
 
 // The floors.
-bool InModuleFloor(World& world, int32_t x);
-bool CrossModuleFloor(World& world, int32_t x);
-bool LoaderLookupsFloor(World& world, int32_t x);
-bool CrossModuleAndLookupsFloor(World& world, int32_t x);
-bool IdleCycleFloor(World& world, int32_t x);
+extern const Work InModuleFloor;
+extern const Work CrossModuleFloor;
+extern const Work LoaderLookupsFloor;
+extern const Work CrossModuleAndLookupsFloor;
+extern const Work IdleCycleFloor;
 // The floors of requests made on several threads at once.
-bool SharedMapFloor(World& world, int32_t x);
-bool LockedFloor(World& world, int32_t x);
+extern const Work SharedMapFloor;
+extern const Work LockedFloor;
 // A gauge that makes nothing: a call of a held component.
-bool HeldCall(World& world, int32_t x);
+extern const Work HeldCall;
 
 // The framework's module-side costs.
-bool OrvikInModule(World& world, int32_t x);
-bool OrvikCrossModule(World& world, int32_t x);
-bool OrvikLookups(World& world, int32_t x);
+extern const Work OrvikInModule;
+extern const Work OrvikCrossModule;
+extern const Work OrvikLookups;
 
 // The requests, as the client module's code makes them.
 extern const Work RequestSection;

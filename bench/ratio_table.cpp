@@ -288,12 +288,12 @@ bool PrintRatioTable(const std::map<std::string, Result>& results, int loadedObj
     PrintThreadTable(f);
 
     std::printf("\nFloors on their own (no framework code) and absolute figures:\n");
-    std::printf("  %s%s, cross-module floor %s, three loader lookups %s, loader's idle cycle %s\n", inModule,
-                Duration(f.Time(at(kInModuleFloor, kQuiet))).c_str(), Duration(f.Time(at(kCrossModuleFloor, kQuiet))).c_str(),
-                Duration(f.Time(at(kLoaderLookups, kQuiet))).c_str(), Duration(f.Time(at(kIdleCycleFloor, kQuiet))).c_str());
     auto perRequest = [&](const char* base, const Crowding& crowding) {
         return Duration(f.Time(at(base, crowding)) / kRequestBatch);
     };
+    std::printf("  %s%s, cross-module floor %s, three loader lookups %s, loader's idle cycle %s\n", inModule,
+                perRequest(kInModuleFloor, kQuiet).c_str(), perRequest(kCrossModuleFloor, kQuiet).c_str(),
+                perRequest(kLoaderLookups, kQuiet).c_str(), perRequest(kIdleCycleFloor, kQuiet).c_str());
     std::printf("  requests (TOrvikPtr): section %s, scanned %s, registered %s; idle scanned %s, idle section %s\n",
                 perRequest(kSectionPtr, kQuiet).c_str(), perRequest(kScannedPtr, kQuiet).c_str(),
                 perRequest(kRegisteredPtr, kQuiet).c_str(), perRequest(kIdleScanned, kQuiet).c_str(),

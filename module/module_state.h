@@ -24,8 +24,11 @@ struct CreatorEntry {
 // with its own lock on a line of its own: threads that make and release
 // components of one module then take different locks and write different
 // lines. The map is empty when every shard is. Written by every creation
-// and release, so kept off the lines of what they only read.
-constexpr size_t kLiveShards = 16;
+// and release, so kept off the lines of what they only read. Two threads
+// whose components fall into one shard fight over its line for as long as
+// their allocator hands them those addresses again: 64 shards make that a
+// rare pairing.
+constexpr size_t kLiveShards = 64;
 struct alignas(64) LiveShard {
     // Guards the shard's map and, for a release that empties the shard, the
     // decision that the module is idle: the map's few instructions need no
@@ -82,9 +85,9 @@ inline LiveShard& ShardOf(const void* component)
     // Fibonacci hashing: the high bits of the product spread addresses that
     // differ only in their low bits.
     const uint64_t product = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(component)) * 0x9E3779B97F4A7C15ull;
-    return State().liveShards[product >> 60];
+    return State().liveShards[product >> 58];
 }
-static_assert(kLiveShards == 16, "ShardOf takes the product's top four bits");
+static_assert(kLiveShards == 64, "ShardOf takes the product's top six bits");
 
 // The shard's map, whoever holds its lock; null outside the maps' lifetime.
 // Unchecked: callers are MapOf and AllShardsGuard::MapOf.

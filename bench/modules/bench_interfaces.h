@@ -63,57 +63,68 @@ enum BenchTag : int32_t {
     kColdTagBase = 1000,
 };
 
-// The client module's component. Each operation makes one request or one
-// floor measurement and answers what Work answered, or -1 when it got no
-// component (or, for the lookups, the number of exports found).
-class IBenchClient : public IComponent {
-public:
-    static constexpr ComponentId kComponentId = 7900;
-
+// What the client module times, each answering x plus the tag of the module
+// that answered, or -1 when it got no component.
+enum class ClientOperation : int32_t {
     // The in-module floor: create, call and release an object of the
-    // client's own module with the least bookkeeping (bench/modules/plain_probe.h),
-    // no framework code on the way.
-    virtual int32_t InModuleFloor(int32_t x) = 0;
+    // client's own module with the least bookkeeping
+    // (bench/modules/plain_probe.h), no framework code on the way.
+    kInModuleFloor,
     // The cross-module floor: the same through the plain module's creation
     // export (a function pointer to PlainCreateFunction), looked up once.
-    virtual void SetPlainCreator(void (*create)()) = 0;
-    virtual int32_t CrossModuleFloor(int32_t x) = 0;
-
-    // The floors of requests made on several threads at once, inside the
-    // client module. The shared-map floor looks an id up in a map of held
-    // objects that nobody changes and calls the one found; the locked floor
-    // is the in-module floor's work (new, map insert, virtual call, erase,
-    // delete) with one global std::mutex held around all of it.
-    virtual int32_t SharedMapFloor(int32_t x) = 0;
-    virtual int32_t LockedFloor(int32_t x) = 0;
-
+    kCrossModuleFloor,
+    // The floors of requests made on several threads at once. The shared-map
+    // floor looks an id up in a map of held objects that nobody changes and
+    // calls the one found; the locked floor is the in-module floor's work
+    // (new, map insert, virtual call, erase, delete) with one global
+    // std::mutex held around all of it.
+    kSharedMapFloor,
+    kLockedFloor,
     // The framework's own module-side costs, rows of their own: a component
     // of the client's module through its creation path, and one of another
     // module through that module's CreateComponent export, looked up once
     // beforehand with SetCrossModuleCreator.
-    virtual int32_t OrvikInModule(int32_t x) = 0;
-    virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
-    virtual int32_t OrvikCrossModule(int32_t x) = 0;
+    kOrvikInModule,
+    kOrvikCrossModule,
     // A call of a component of that module which the client holds (made
     // with SetCrossModuleCreator): no request, nothing made or released.
-    virtual int32_t HeldCall(int32_t x) = 0;
-    // The three lookups a request for a section module makes, through the
-    // platform layer.
-    virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;
-
+    kHeldCall,
     // Requests through TOrvikPtr<I, 1>, as module code makes them.
-    virtual int32_t SectionRequest(int32_t x) = 0;
-    virtual int32_t ScannedRequest(int32_t x) = 0;
-    virtual int32_t SharedRequest(int32_t x) = 0;
-    virtual int32_t ColdRequest(int32_t x) = 0;
+    kSectionRequest,
+    kScannedRequest,
+    kSharedRequest,
     // Requests for the idle modules' components: each reloads its module.
-    virtual int32_t IdleScannedRequest(int32_t x) = 0;
-    virtual int32_t IdleSectionRequest(int32_t x) = 0;
+    kIdleScannedRequest,
+    kIdleSectionRequest,
     // The same requests without TOrvikPtr: CreateComponentByID with the
     // module's configuration, the call, and Release(0) for what was made.
-    virtual int32_t SectionDirect(int32_t x) = 0;
-    virtual int32_t ScannedDirect(int32_t x) = 0;
-    virtual int32_t SharedDirect(int32_t x) = 0;
+    kSectionDirect,
+    kScannedDirect,
+    kSharedDirect,
+};
+
+// The client module's component.
+class IBenchClient : public IComponent {
+public:
+    static constexpr ComponentId kComponentId = 7900;
+
+    // Makes count of the operation with x = first, first + 1, ... in a loop
+    // of the client module's own, as module code makes one after another:
+    // nothing calls into the module between two of them. Answers how many
+    // answered wrong.
+    virtual int64_t RunBatch(ClientOperation operation, int32_t first, int32_t count) = 0;
+
+    // The plain module's creation export, for the cross-module floor.
+    virtual void SetPlainCreator(void (*create)()) = 0;
+    // Another module's CreateComponent export and the id it makes, for the
+    // framework's cross-module component and the held call.
+    virtual void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) = 0;
+    // The three lookups a request for a section module makes, through the
+    // platform layer: the number of exports found.
+    virtual int32_t ExportLookups(Platform::ModuleHandle module) = 0;
+    // One request through TOrvikPtr<I, 1> for the cold start's id: x plus
+    // the answering module's tag, or -1.
+    virtual int32_t ColdRequest(int32_t x) = 0;
 
     // The client module's factory, obtained first if need be.
     virtual IOrvikComponentFactory* Factory() = 0;

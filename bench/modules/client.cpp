@@ -44,8 +44,8 @@ int32_t RequestThroughPtr(int32_t x)
     return probe ? probe->Work(x) : kNoComponent;
 }
 
-template <ComponentId Id>
-int32_t RequestDirect(int32_t x, bool release)
+template <ComponentId Id, bool ReleaseAfter>
+int32_t RequestDirect(int32_t x)
 {
     IOrvikComponentFactory* factory = ModuleFactory();
     if (factory == nullptr) return kNoComponent;
@@ -54,48 +54,37 @@ int32_t RequestDirect(int32_t x, bool release)
     auto* probe = static_cast<TBenchProbe<Id>*>(factory->CreateComponentByID(Id, registryPath));
     if (probe == nullptr) return kNoComponent;
     const int32_t result = probe->Work(x);
-    if (release) probe->Release(0);
+    if (ReleaseAfter) probe->Release(0);
     return result;
 }
 
-class CBenchClient : public TComponentImpl<IBenchClient, CBenchClient, IBenchClient::kComponentId, 0, 0> {
+class CBenchClient final : public TComponentImpl<IBenchClient, CBenchClient, IBenchClient::kComponentId, 0, 0> {
 public:
-    int32_t InModuleFloor(int32_t x) override
+    int64_t RunBatch(ClientOperation operation, int32_t first, int32_t count) override
     {
-        PlainProbe* probe = PlainLiveProbe::Create(static_cast<int32_t>(kClientLocalId), kClientTag);
-        const int32_t result = probe->Work(x);
-        probe->Release();
-        return result;
+        switch (operation) {
+        case ClientOperation::kInModuleFloor: return Batch<&CBenchClient::InModuleFloor, kClientTag>(first, count);
+        case ClientOperation::kCrossModuleFloor: return Batch<&CBenchClient::CrossModuleFloor, kPlainTag>(first, count);
+        case ClientOperation::kSharedMapFloor: return Batch<&CBenchClient::SharedMapFloor, kClientTag>(first, count);
+        case ClientOperation::kLockedFloor: return Batch<&CBenchClient::LockedFloor, kClientTag>(first, count);
+        case ClientOperation::kOrvikInModule: return Batch<&CBenchClient::OrvikInModule, kClientTag>(first, count);
+        case ClientOperation::kOrvikCrossModule: return Batch<&CBenchClient::OrvikCrossModule, kScannedTag>(first, count);
+        case ClientOperation::kHeldCall: return Batch<&CBenchClient::HeldCall, kScannedTag>(first, count);
+        case ClientOperation::kSectionRequest: return Batch<RequestThroughPtr<kSectionId>, kSectionTag>(first, count);
+        case ClientOperation::kScannedRequest: return Batch<RequestThroughPtr<kScannedId>, kScannedTag>(first, count);
+        case ClientOperation::kSharedRequest: return Batch<RequestThroughPtr<kSharedId>, kSharedTag>(first, count);
+        case ClientOperation::kIdleScannedRequest:
+            return Batch<RequestThroughPtr<kIdleScannedId>, kIdleScannedTag>(first, count);
+        case ClientOperation::kIdleSectionRequest:
+            return Batch<RequestThroughPtr<kIdleSectionId>, kIdleSectionTag>(first, count);
+        case ClientOperation::kSectionDirect: return Batch<RequestDirect<kSectionId, true>, kSectionTag>(first, count);
+        case ClientOperation::kScannedDirect: return Batch<RequestDirect<kScannedId, true>, kScannedTag>(first, count);
+        // A shared instance is not the caller's to release.
+        case ClientOperation::kSharedDirect: return Batch<RequestDirect<kSharedId, false>, kSharedTag>(first, count);
+        }
+        return count;
     }
     void SetPlainCreator(void (*create)()) override { plainCreate_ = reinterpret_cast<PlainCreateFunction>(create); }
-    int32_t CrossModuleFloor(int32_t x) override
-    {
-        if (plainCreate_ == nullptr) return kNoComponent;
-        PlainProbe* probe = plainCreate_(static_cast<int32_t>(kScannedId));
-        if (probe == nullptr) return kNoComponent;
-        const int32_t result = probe->Work(x);
-        probe->Release();
-        return result;
-    }
-    int32_t SharedMapFloor(int32_t x) override
-    {
-        const auto found = heldMap_.find(kSharedId);
-        return found != heldMap_.end() ? found->second->Work(x) : kNoComponent;
-    }
-    int32_t LockedFloor(int32_t x) override
-    {
-        std::lock_guard<std::mutex> guard(floorMutex_);
-        return CBenchClient::InModuleFloor(x);
-    }
-
-    int32_t OrvikInModule(int32_t x) override
-    {
-        auto* probe = static_cast<IBenchProbe*>(CreateComponent(static_cast<int32_t>(kClientLocalId), 0));
-        if (probe == nullptr) return kNoComponent;
-        const int32_t result = probe->Work(x);
-        probe->Release(0);
-        return result;
-    }
     void SetCrossModuleCreator(Exports::CreateComponent::Function create, ComponentId id) override
     {
         crossCreate_ = create;
@@ -103,17 +92,6 @@ public:
         if (held_ != nullptr) held_->Release(0);
         held_ = static_cast<IBenchProbe*>(create(static_cast<int32_t>(id), kFactoryComponentId));
     }
-    int32_t OrvikCrossModule(int32_t x) override
-    {
-        if (crossCreate_ == nullptr) return kNoComponent;
-        auto* probe =
-            static_cast<IBenchProbe*>(crossCreate_(static_cast<int32_t>(crossId_), kFactoryComponentId));
-        if (probe == nullptr) return kNoComponent;
-        const int32_t result = probe->Work(x);
-        probe->Release(0);
-        return result;
-    }
-    int32_t HeldCall(int32_t x) override { return held_ != nullptr ? held_->Work(x) : kNoComponent; }
     int32_t ExportLookups(Platform::ModuleHandle module) override
     {
         int32_t found = 0;
@@ -122,17 +100,7 @@ public:
         }
         return found;
     }
-
-    int32_t SectionRequest(int32_t x) override { return RequestThroughPtr<kSectionId>(x); }
-    int32_t ScannedRequest(int32_t x) override { return RequestThroughPtr<kScannedId>(x); }
-    int32_t SharedRequest(int32_t x) override { return RequestThroughPtr<kSharedId>(x); }
     int32_t ColdRequest(int32_t x) override { return RequestThroughPtr<kColdRequestId>(x); }
-    int32_t IdleScannedRequest(int32_t x) override { return RequestThroughPtr<kIdleScannedId>(x); }
-    int32_t IdleSectionRequest(int32_t x) override { return RequestThroughPtr<kIdleSectionId>(x); }
-    int32_t SectionDirect(int32_t x) override { return RequestDirect<kSectionId>(x, true); }
-    int32_t ScannedDirect(int32_t x) override { return RequestDirect<kScannedId>(x, true); }
-    // A shared instance is not the caller's to release.
-    int32_t SharedDirect(int32_t x) override { return RequestDirect<kSharedId>(x, false); }
 
     IOrvikComponentFactory* Factory() override
     {
@@ -148,6 +116,69 @@ public:
     }
 
 private:
+    // The loop of a batch, one operation inlined into it: the count of
+    // answers other than x plus the tag.
+    template <int32_t (CBenchClient::*Operation)(int32_t), int32_t Tag>
+    int64_t Batch(int32_t first, int32_t count)
+    {
+        int64_t wrong = 0;
+        for (int32_t x = first; x < first + count; ++x) wrong += (this->*Operation)(x) != x + Tag;
+        return wrong;
+    }
+    template <int32_t (*Operation)(int32_t), int32_t Tag>
+    static int64_t Batch(int32_t first, int32_t count)
+    {
+        int64_t wrong = 0;
+        for (int32_t x = first; x < first + count; ++x) wrong += Operation(x) != x + Tag;
+        return wrong;
+    }
+
+    int32_t InModuleFloor(int32_t x)
+    {
+        PlainProbe* probe = PlainLiveProbe::Create(static_cast<int32_t>(kClientLocalId), kClientTag);
+        const int32_t result = probe->Work(x);
+        probe->Release();
+        return result;
+    }
+    int32_t CrossModuleFloor(int32_t x)
+    {
+        if (plainCreate_ == nullptr) return kNoComponent;
+        PlainProbe* probe = plainCreate_(static_cast<int32_t>(kScannedId));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release();
+        return result;
+    }
+    int32_t SharedMapFloor(int32_t x)
+    {
+        const auto found = heldMap_.find(kSharedId);
+        return found != heldMap_.end() ? found->second->Work(x) : kNoComponent;
+    }
+    int32_t LockedFloor(int32_t x)
+    {
+        std::lock_guard<std::mutex> guard(floorMutex_);
+        return InModuleFloor(x);
+    }
+    int32_t OrvikInModule(int32_t x)
+    {
+        auto* probe = static_cast<IBenchProbe*>(CreateComponent(static_cast<int32_t>(kClientLocalId), 0));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release(0);
+        return result;
+    }
+    int32_t OrvikCrossModule(int32_t x)
+    {
+        if (crossCreate_ == nullptr) return kNoComponent;
+        auto* probe =
+            static_cast<IBenchProbe*>(crossCreate_(static_cast<int32_t>(crossId_), kFactoryComponentId));
+        if (probe == nullptr) return kNoComponent;
+        const int32_t result = probe->Work(x);
+        probe->Release(0);
+        return result;
+    }
+    int32_t HeldCall(int32_t x) { return held_ != nullptr ? held_->Work(x) : kNoComponent; }
+
     PlainCreateFunction plainCreate_ = nullptr;
     Exports::CreateComponent::Function crossCreate_ = nullptr;
     ComponentId crossId_ = 0;

@@ -191,12 +191,16 @@ protected:
         }
     }
 
+    // needsForce_ sits between the two marks the destructor checks: side by
+    // side, the compiler reads both with one wide load, which cannot take
+    // finalisePending_ from the narrow store Release has just made and waits
+    // until that store leaves the core.
     /// 1 until the component is finalised (Uninitialize has run).
     int32_t finalisePending_ = 1;
-    /// While not 0, an allowed Release finalises the component but keeps it.
-    int32_t hold_ = 0;
     /// NeedsForce: while 1, Release(0) does nothing.
     int32_t needsForce_ = NeedsForce;
+    /// While not 0, an allowed Release finalises the component but keeps it.
+    int32_t hold_ = 0;
     /// A shared instance is marked by every smart pointer that obtains it,
     /// from any thread.
     std::atomic<uint32_t> autoRelease_{0};
