@@ -27,8 +27,14 @@ struct CreatorEntry {
 // and release, so kept off the lines of what they only read. Two threads
 // whose components fall into one shard fight over its line for as long as
 // their allocator hands them those addresses again: 64 shards make that a
-// rare pairing.
-constexpr size_t kLiveShards = 64;
+// rare pairing. Windows modules, built for size, keep 16: their zeroed
+// state takes room in the file (each shard a line of it).
+#if defined(_WIN32)
+constexpr unsigned kLiveShardBits = 4;
+#else
+constexpr unsigned kLiveShardBits = 6;
+#endif
+constexpr size_t kLiveShards = size_t{1} << kLiveShardBits;
 struct alignas(64) LiveShard {
     // Guards the shard's map and, for a release that empties the shard, the
     // decision that the module is idle: the map's few instructions need no
@@ -85,9 +91,8 @@ inline LiveShard& ShardOf(const void* component)
     // Fibonacci hashing: the high bits of the product spread addresses that
     // differ only in their low bits.
     const uint64_t product = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(component)) * 0x9E3779B97F4A7C15ull;
-    return State().liveShards[product >> 58];
+    return State().liveShards[product >> (64 - kLiveShardBits)];
 }
-static_assert(kLiveShards == 64, "ShardOf takes the product's top six bits");
 
 // The shard's map, whoever holds its lock; null outside the maps' lifetime.
 // Unchecked: callers are MapOf and AllShardsGuard::MapOf.
