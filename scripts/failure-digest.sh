@@ -14,12 +14,13 @@ done
 [ $# -gt 0 ] && shift
 
 # A failed test's block starts at its result line, which ctest marks with
-# "***" (failed, timed out, crashed, or refused by a pass or fail pattern),
+# "***" (failed, timed out, crashed, or refused by a pass or fail pattern;
+# not a skipped test),
 # and runs up to the next test's line. Each block is cut at 80 lines.
 for log in "${ctest_logs[@]}"; do
   [ -f "$log" ] || continue
   awk -v name="$log" '
-    /Test +#[0-9]+: .*\*\*\*/ { block = 1; lines = 0; print "-- " name ":"; print; next }
+    /Test +#[0-9]+: .*\*\*\*/ && !/\*\*\*Skipped/ { block = 1; lines = 0; print "-- " name ":"; print; next }
     /^ *Start +[0-9]+: |Test +#[0-9]+: |tests passed, / { block = 0 }
     block && lines++ < 80 { print }
   ' "$log"
